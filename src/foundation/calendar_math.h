@@ -1,0 +1,75 @@
+// Days counted since 1 January 1904 and the dates of the proleptic Gregorian calendar, both ways.
+#pragma once
+
+#include <cstdint>
+
+namespace tollmere {
+
+inline constexpr std::int64_t kSecondsPerDay = 86'400;
+
+// 1 January 1970 on the scale of days since 1 January 1904, and the same moment in seconds.
+inline constexpr std::int64_t kDaysTo1970 = 24'107;
+inline constexpr std::int64_t kSecondsTo1970 = kDaysTo1970 * kSecondsPerDay;
+
+struct CivilDate {
+  std::int64_t year;
+  int month;  // 1 to 12
+  int day;    // 1 to the length of the month
+};
+
+constexpr bool IsLeapYear(std::int64_t year) noexcept {
+  // A year that 25 divides is a century where 4 does not settle it already: 16 decides then.
+  return (year & (year % 25 == 0 ? 15 : 3)) == 0;
+}
+
+// The length of month 1 to 12.
+constexpr int DaysInMonth(std::int64_t year, int month) noexcept {
+  if (month == 2) {
+    return IsLeapYear(year) ? 29 : 28;
+  }
+  return 30 + ((month ^ (month >> 3)) & 1);  // The long months alternate, and begin anew in August.
+}
+
+constexpr std::int64_t FloorDivide(std::int64_t dividend, std::int64_t divisor) noexcept {
+  const std::int64_t quotient = dividend / divisor;
+  return quotient - static_cast<std::int64_t>(dividend % divisor < 0);
+}
+
+// Both conversions count years from 1 March, so that the leap day is the last of its year, in eras
+// of 400 years, after which the calendar repeats. 1 March of year 0 lies 695,361 days before 1904.
+inline constexpr std::int64_t kDaysPerEra = 146'097;
+inline constexpr std::int64_t kDaysFromYear0March1 = 695'361;
+
+// `month` is 1 to 12; `day` may be any number and counts on from the first of that month. Good for
+// every year and day of 32 bits and far beyond.
+constexpr std::int64_t DaysFromCivil(std::int64_t year, int month, std::int64_t day) noexcept {
+  const std::int64_t march_year = year - static_cast<std::int64_t>(month <= 2);
+  const std::int64_t era = FloorDivide(march_year, 400);
+  const std::int64_t year_of_era = march_year - era * 400;            // 0 to 399
+  const int month_from_march = month > 2 ? month - 3 : month + 9;     // 0 to 11
+  const std::int64_t day_of_year = (153 * month_from_march + 2) / 5;  // of the month's first day
+  const std::int64_t day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
+  return era * kDaysPerEra + day_of_era + (day - 1) - kDaysFromYear0March1;
+}
+
+constexpr CivilDate CivilFromDays(std::int64_t days) noexcept {
+  const std::int64_t shifted = days + kDaysFromYear0March1;
+  const std::int64_t era = FloorDivide(shifted, kDaysPerEra);
+  const auto day_of_era = static_cast<std::uint32_t>(shifted - era * kDaysPerEra);
+  const std::uint32_t year_of_era =
+      (day_of_era - day_of_era / 1460 + day_of_era / 36'524 - day_of_era / 146'096) / 365;
+  const std::uint32_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
+  const std::uint32_t month_from_march = (5 * day_of_year + 2) / 153;
+  const int day = static_cast<int>(day_of_year - (153 * month_from_march + 2) / 5 + 1);
+  const int month = static_cast<int>(month_from_march < 10 ? month_from_march + 3 : month_from_march - 9);
+  return {year_of_era + era * 400 + static_cast<std::int64_t>(month <= 2), month, day};
+}
+
+// 1 to 7, 1 being Sunday. 1 January 1904 was a Friday.
+constexpr int WeekdayFromDays(std::int64_t days) noexcept {
+  return static_cast<int>(days + 5 - FloorDivide(days + 5, 7) * 7) + 1;
+}
+
+static_assert(DaysFromCivil(1904, 1, 1) == 0 && DaysFromCivil(1970, 1, 1) == kDaysTo1970);
+
+}  // namespace tollmere

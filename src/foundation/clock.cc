@@ -1,0 +1,9 @@
+#include "foundation/clock.h"
+
+#include <ctime>
+
+namespace tollmere {
+
+std::int64_t ReadWallClock() noexcept { return std::time(nullptr); }
+
+}  // namespace tollmere

@@ -1,0 +1,12 @@
+// The one reading of the wall clock.
+#pragma once
+
+#include <cstdint>
+
+namespace tollmere {
+
+// Whole seconds since 1 January 1970, 00:00:00 UTC. The clock can be set back or forward at any time.
+// Nothing else of the agent asks the system what time it is.
+std::int64_t ReadWallClock() noexcept;
+
+}  // namespace tollmere

@@ -1,0 +1,171 @@
+#include "foundation/date.h"
+
+#include <langinfo.h>
+
+#include <cmath>
+#include <ctime>
+#include <limits>
+
+#include "foundation/clock.h"
+#include "foundation/text.h"
+
+namespace tollmere {
+namespace {
+
+// Steps of a field may be added to TotalSeconds without a look at rounding up to here. Half of the
+// exact range leaves room for every step that is taken before the next full look.
+constexpr double kWholeLimit = 4'503'599'627'370'496.0;  // 2^52
+constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
+
+// The moments that a 32-bit year can show.
+constexpr std::int64_t kFirstSecond =
+    DaysFromCivil(std::numeric_limits<std::int32_t>::min(), 1, 1) * kSecondsPerDay;
+constexpr std::int64_t kLastSecond =
+    DaysFromCivil(std::numeric_limits<std::int32_t>::max(), 12, 31) * kSecondsPerDay + kSecondsPerDay - 1;
+
+// The wall clock of the machine's own place, in seconds since 1970 as if that place were at UTC.
+std::int64_t LocalSeconds(std::int64_t wall_clock) noexcept {
+  tzset();  // A zone that the user changes is taken up without a restart.
+  const std::time_t moment = wall_clock;
+  std::tm fields{};
+  if (localtime_r(&moment, &fields) == nullptr) {
+    return wall_clock;  // No calendar reaches this far.
+  }
+  return wall_clock + fields.tm_gmtoff;
+}
+
+}  // namespace
+
+const Date::State& Date::Present() noexcept {
+  // Within one second nothing changes, and new Dates are made many times a second.
+  static std::int64_t remembered_second = std::numeric_limits<std::int64_t>::min();
+  static State remembered{};
+  const std::int64_t wall_clock = ReadWallClock();
+  if (wall_clock != remembered_second) [[unlikely]] {
+    remembered = AtSecond(LocalSeconds(wall_clock) + kSecondsTo1970, 0.0);
+    remembered_second = wall_clock;
+  }
+  return remembered;
+}
+
+// The state at a whole second with a fraction of 0 or more and less than 1.
+Date::State Date::AtSecond(std::int64_t second, double fraction) noexcept {
+  State state{};
+  state.total_seconds = static_cast<double>(second) + fraction;
+  if (std::fabs(state.total_seconds) >= kExactLimit) {
+    return AtTotal(state.total_seconds);  // The double may stand on another second: it decides.
+  }
+  if (std::floor(state.total_seconds) != static_cast<double>(second)) {
+    // The fraction was so near to 1 that it was rounded up: stay within the second.
+    state.total_seconds = std::nextafter(state.total_seconds, -HUGE_VAL);
+  }
+  state.day_number = FloorDivide(second, kSecondsPerDay);
+  const auto time = static_cast<std::int32_t>(second - state.day_number * kSecondsPerDay);
+  const CivilDate civil = CivilFromDays(state.day_number);
+  state.year = static_cast<std::int32_t>(civil.year);
+  state.month = static_cast<std::int8_t>(civil.month);
+  state.day = static_cast<std::int8_t>(civil.day);
+  state.hour = static_cast<std::int8_t>(time / 3600);
+  state.minute = static_cast<std::int8_t>(time / 60 % 60);
+  state.second = static_cast<std::int8_t>(time % 60);
+  state.whole = fraction == 0.0 && std::fabs(state.total_seconds) < kWholeLimit;
+  return state;
+}
+
+Date::State Date::AtTotal(double total_seconds) noexcept {
+  if (std::fabs(total_seconds) < kExactLimit) [[likely]] {
+    const double floor = std::floor(total_seconds);
+    State state = AtSecond(static_cast<std::int64_t>(floor), total_seconds - floor);
+    state.total_seconds = total_seconds;  // To the last bit, also where the sum above was rounded.
+    return state;
+  }
+  std::int64_t second = 0;  // for NaN
+  if (total_seconds >= static_cast<double>(kLastSecond)) {
+    second = kLastSecond;
+  } else if (total_seconds <= static_cast<double>(kFirstSecond)) {
+    second = kFirstSecond;
+  } else if (!std::isnan(total_seconds)) {
+    second = static_cast<std::int64_t>(total_seconds);  // A whole number: this is 2^53 and above.
+  }
+  const std::int64_t day_number = FloorDivide(second, kSecondsPerDay);
+  State state = AtSecond(second - day_number * kSecondsPerDay, 0.0);  // for the time of day
+  const CivilDate civil = CivilFromDays(day_number);
+  state.total_seconds = total_seconds;
+  state.day_number = day_number;
+  state.year = static_cast<std::int32_t>(civil.year);
+  state.month = static_cast<std::int8_t>(civil.month);
+  state.day = static_cast<std::int8_t>(civil.day);
+  state.whole = false;
+  return state;
+}
+
+double Date::Fraction(const State& state) noexcept {
+  const double total = state.total_seconds;
+  return std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
+}
+
+Date::State Date::WithMonth(State state, std::int64_t year, std::int64_t month) noexcept {
+  const std::int64_t carry = FloorDivide(month - 1, 12);
+  const std::int64_t days = DaysFromCivil(year + carry, static_cast<int>(month - carry * 12), state.day);
+  const std::int64_t time = state.hour * 3600 + state.minute * 60 + state.second;
+  return AtSecond(days * kSecondsPerDay + time, Fraction(state));
+}
+
+Date::State Date::WithDay(State state, std::int32_t day) noexcept {
+  const std::int64_t days = state.day_number + day - state.day;
+  const std::int64_t time = state.hour * 3600 + state.minute * 60 + state.second;
+  return AtSecond(days * kSecondsPerDay + time, Fraction(state));
+}
+
+Date::State Date::WithTime(State state, std::int64_t hour, std::int64_t minute,
+                           std::int64_t second) noexcept {
+  return AtSecond(state.day_number * kSecondsPerDay + hour * 3600 + minute * 60 + second, Fraction(state));
+}
+
+// No fraction survives a write to Second: two moments of one minute, both put to second 0, are equal.
+Date::State Date::WithSecond(State state, std::int32_t second) noexcept {
+  return AtSecond(state.day_number * kSecondsPerDay + state.hour * 3600 + state.minute * 60 +
+                      static_cast<std::int64_t>(second),
+                  0.0);
+}
+
+void Date::SetTotalSeconds(double value) noexcept { state_ = AtTotal(value); }
+
+void Date::SetYear(std::int32_t value) noexcept {
+  if (value != state_.year || !state_.whole) {
+    state_ = WithMonth(state_, value, state_.month);
+  }
+}
+
+void Date::SetMonth(std::int32_t value) noexcept {
+  if (value != state_.month || !state_.whole) {
+    state_ = WithMonth(state_, state_.year, value);
+  }
+}
+
+std::string Date::LongDate() const {
+  const auto name = [](nl_item first, int index) -> std::string { return nl_langinfo(first + index); };
+  return name(DAY_1, DayOfWeek() - 1) + ", " + name(MON_1, Month() - 1) + " " + Str(Day()) + ", " +
+         Str(Year());
+}
+
+std::string Date::LongTime() const {
+  std::tm fields{};
+  fields.tm_hour = Hour();
+  fields.tm_min = Minute();
+  fields.tm_sec = Second();
+  // The day is that of the moment too, since a locale's form may ask for it.
+  fields.tm_mday = Day();
+  fields.tm_mon = Month() - 1;
+  fields.tm_wday = DayOfWeek() - 1;
+  char text[128];
+  return std::string(text, std::strftime(text, sizeof text, "%X", &fields));
+}
+
+Ref<Date> CopyOf(const Date& date) {
+  Ref<Date> copy = New<Date>();
+  copy->SetTotalSeconds(date.TotalSeconds());
+  return copy;
+}
+
+}  // namespace tollmere

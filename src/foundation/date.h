@@ -1,0 +1,123 @@
+// A mutable calendar moment whose fields roll over at once.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "foundation/calendar_math.h"
+#include "foundation/object.h"
+
+namespace tollmere {
+
+// A Date stands on the wall clock of the machine's own place: a calendar counted on without a stop,
+// in which every day has 24 hours. The time zone enters only where a new Date takes the present
+// moment. One moment can be seen in two ways, which agree after every operation:
+//
+//   TotalSeconds   seconds since 1 January 1904, 00:00:00; any double, NaN and infinities included
+//   the fields     Year, Month 1 to 12, Day 1 to 31, Hour 0 to 23, Minute and Second 0 to 59
+//
+// Every field takes every 32-bit value. What lies beyond the field's range is carried into the next
+// larger unit or borrowed from it, and the very next read shows the result:
+//
+//   31 January 2027, Month := 2   ->  31 February, which is 3 March 2027
+//   1 March 2028, Day := 0        ->  29 February 2028
+//   23:59:59, Second := 60        ->  00:00:00 of the next day
+//
+// So the order in which fields are assigned matters: Year, Month, Day on a date that stands on the
+// 31st can land in another month on the way.
+//
+// Fields are exact as long as TotalSeconds counts whole seconds, which is 285 million years either
+// way. Further out they follow the nearest double; a year beyond 32 bits shows as the last moment
+// of the range, NaN as the start of the count. A TotalSeconds that was written is always read back
+// as the same double. Its fraction of a second survives writes to all fields but Second.
+//
+// Moments are compared by reading TotalSeconds of both sides. Copies are made on purpose only: a new
+// Date, then SetTotalSeconds. Nothing here allocates.
+class Date final : public Object {
+ public:
+  // The present moment by the clock and the zone of the machine, in whole seconds.
+  Date() noexcept : state_(Present()) {}
+
+  double TotalSeconds() const noexcept { return state_.total_seconds; }
+  std::int32_t Year() const noexcept { return state_.year; }
+  std::int32_t Month() const noexcept { return state_.month; }
+  std::int32_t Day() const noexcept { return state_.day; }
+  std::int32_t Hour() const noexcept { return state_.hour; }
+  std::int32_t Minute() const noexcept { return state_.minute; }
+  std::int32_t Second() const noexcept { return state_.second; }
+  // 1 to 7; 1 is Sunday.
+  std::int32_t DayOfWeek() const noexcept { return WeekdayFromDays(state_.day_number); }
+
+  void SetTotalSeconds(double value) noexcept;
+  void SetYear(std::int32_t value) noexcept;
+  void SetMonth(std::int32_t value) noexcept;
+  void SetDay(std::int32_t value) noexcept {
+    if (state_.whole && value >= 1 && (value <= 28 || value <= DaysInMonth(state_.year, state_.month)))
+        [[likely]] {
+      const std::int32_t step = value - state_.day;
+      state_.total_seconds += static_cast<double>(step) * static_cast<double>(kSecondsPerDay);
+      state_.day_number += step;
+      state_.day = static_cast<std::int8_t>(value);
+    } else {
+      state_ = WithDay(state_, value);
+    }
+  }
+  void SetHour(std::int32_t value) noexcept {
+    if (state_.whole && value >= 0 && value < 24) [[likely]] {
+      state_.total_seconds += (value - state_.hour) * 3600;
+      state_.hour = static_cast<std::int8_t>(value);
+    } else {
+      state_ = WithTime(state_, value, state_.minute, state_.second);
+    }
+  }
+  void SetMinute(std::int32_t value) noexcept {
+    if (state_.whole && value >= 0 && value < 60) [[likely]] {
+      state_.total_seconds += (value - state_.minute) * 60;
+      state_.minute = static_cast<std::int8_t>(value);
+    } else {
+      state_ = WithTime(state_, state_.hour, value, state_.second);
+    }
+  }
+  void SetSecond(std::int32_t value) noexcept {
+    if (state_.whole && value >= 0 && value < 60) [[likely]] {
+      state_.total_seconds += value - state_.second;
+      state_.second = static_cast<std::int8_t>(value);
+    } else {
+      state_ = WithSecond(state_, value);
+    }
+  }
+
+  // "Sunday, January 31, 2027", with the names of the user's language.
+  std::string LongDate() const;
+  // The time of day in the user's own form, "10:00:00" in the C locale.
+  std::string LongTime() const;
+
+ private:
+  // Both views of the moment, always in step. `whole` says that total_seconds is a whole number well
+  // within the exact range, so that small steps may simply be added to it.
+  struct State {
+    double total_seconds;
+    std::int64_t day_number;  // days since 1 January 1904
+    std::int32_t year;
+    std::int8_t month, day, hour, minute, second;
+    bool whole;
+  };
+
+  // The rare ways through an assignment. They work on values and return one, so that a Date in a
+  // tight loop can be kept in registers.
+  static const State& Present() noexcept;
+  static State AtTotal(double total_seconds) noexcept;
+  static State AtSecond(std::int64_t second, double fraction) noexcept;
+  static State WithMonth(State state, std::int64_t year, std::int64_t month) noexcept;
+  static State WithDay(State state, std::int32_t day) noexcept;
+  static State WithTime(State state, std::int64_t hour, std::int64_t minute, std::int64_t second) noexcept;
+  static State WithSecond(State state, std::int32_t second) noexcept;
+  static double Fraction(const State& state) noexcept;
+
+  State state_;
+};
+
+// A Date of its own on the same moment.
+Ref<Date> CopyOf(const Date& date);
+
+}  // namespace tollmere

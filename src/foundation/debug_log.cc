@@ -1,0 +1,130 @@
+#include "foundation/debug_log.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "foundation/unicode.h"
+
+namespace tollmere {
+namespace {
+
+bool EndsOrHidesLine(char32_t code_point) noexcept {
+  return code_point < 0x20 || (code_point >= 0x7F && code_point < 0xA0) || code_point == 0x2028 ||
+         code_point == 0x2029;
+}
+
+void AppendEscape(const char* prefix, std::size_t digits, unsigned value, std::string& line) {
+  line += prefix;
+  for (std::size_t digit = digits; digit-- > 0;) {
+    line += "0123456789ABCDEF"[value >> (4 * digit) & 15U];
+  }
+}
+
+// The way to standard error that cannot block. A pipe or a terminal is opened once more, since to put the
+// inherited descriptor itself into non-blocking mode would change it for everyone who shares it.
+class LogStream {
+ public:
+  void Write(const std::string& line) noexcept {
+    if (broken_off_) {
+      // The last line was cut where the pipe was full. End it, or stay silent.
+      if (WriteSome("\n") != 1) {
+        return;
+      }
+      broken_off_ = false;
+    }
+    std::string_view rest = line;
+    while (!rest.empty()) {
+      const ssize_t written = WriteSome(rest);
+      if (written < 0 && errno == EINTR) {
+        continue;
+      }
+      if (written <= 0) {
+        broken_off_ = rest.size() < line.size();
+        return;
+      }
+      rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+  }
+
+ private:
+  ssize_t WriteSome(std::string_view bytes) noexcept {
+    if (!prepared_) {
+      Prepare();
+    }
+    if (is_socket_) {
+      return send(STDERR_FILENO, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    }
+    if (own_descriptor_ >= 0) {
+      return write(own_descriptor_, bytes.data(), bytes.size());
+    }
+    pollfd polled{STDERR_FILENO, POLLOUT, 0};
+    if (poll(&polled, 1, 0) != 1 || (polled.revents & POLLOUT) == 0) {
+      return 0;
+    }
+    // A pipe that has room at all takes this much without waiting.
+    return write(STDERR_FILENO, bytes.data(),
+                 must_not_block_ ? std::min(bytes.size(), kAtomicWrite) : bytes.size());
+  }
+
+  void Prepare() noexcept {
+    prepared_ = true;
+    struct stat status {};
+    if (fstat(STDERR_FILENO, &status) != 0) {
+      return;
+    }
+    is_socket_ = S_ISSOCK(status.st_mode);
+    must_not_block_ = S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode);
+    if (must_not_block_) {
+      own_descriptor_ = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    }
+  }
+
+  static constexpr std::size_t kAtomicWrite = 4096;
+
+  bool prepared_ = false;
+  bool is_socket_ = false;
+  bool must_not_block_ = false;
+  bool broken_off_ = false;
+  int own_descriptor_ = -1;
+};
+
+}  // namespace
+
+std::string EscapeForLog(std::string_view text) {
+  std::string line;
+  line.reserve(text.size());
+  for (std::size_t at = 0; at < text.size();) {
+    const DecodedCharacter character = DecodeUtf8(text.substr(at));
+    const auto byte = static_cast<unsigned char>(text[at]);
+    if (!character.valid) {
+      AppendEscape("\\x", 2, byte, line);
+    } else if (!EndsOrHidesLine(character.code_point)) {
+      line.append(text.substr(at, character.length));
+    } else if (byte == '\n' || byte == '\r' || byte == '\t') {
+      line += byte == '\n' ? "\\n" : byte == '\r' ? "\\r" : "\\t";
+    } else if (character.code_point < 0x100) {
+      AppendEscape("\\x", 2, character.code_point, line);
+    } else {
+      AppendEscape("\\u", 4, character.code_point, line);
+    }
+    at += character.length;
+  }
+  return line;
+}
+
+void System::DebugLog(std::string_view text) noexcept {
+  static LogStream stream;
+  try {
+    stream.Write(EscapeForLog(text) + "\n");
+  } catch (...) {
+    return;  // No memory for a line is a line less.
+  }
+}
+
+}  // namespace tollmere

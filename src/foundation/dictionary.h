@@ -1,0 +1,92 @@
+// Key/value store with Variant keys and values.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "foundation/object.h"
+#include "foundation/variant.h"
+
+namespace tollmere {
+
+// A key was asked for that the dictionary does not have.
+class KeyNotFoundException final : public RuntimeException {
+ public:
+  const char* what() const noexcept override { return "KeyNotFoundException"; }
+};
+
+// Keys are texts, which differ by case, and 32-bit integers; a Variant of another kind is no key and
+// throws IllegalCastException. A stored value may be Nil and still counts as present.
+class Dictionary final : public Object {
+ public:
+  // Of several pairs with the same key the last one holds.
+  explicit Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs = {});
+
+  // A key as it is looked up: a view of a text or of a boxed key, copied by none of these calls.
+  class Key {
+   public:
+    Key(std::string_view text) noexcept : value_(text) {}               // NOLINT(google-explicit-constructor)
+    Key(const char* text) noexcept : value_(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
+    Key(const Variant& boxed);  // NOLINT(google-explicit-constructor): a key may come as any of these.
+    bool Names(const Variant& boxed) const noexcept;
+    const std::variant<std::int32_t, std::string_view>& Value() const noexcept { return value_; }
+
+   private:
+    std::variant<std::int32_t, std::string_view> value_;
+  };
+
+  bool HasKey(const Key& key) const noexcept { return Find(key) != nullptr; }
+
+  // The stored value. Throws KeyNotFoundException where there is none.
+  const Variant& Value(const Key& key) const;
+
+  // Adds the key, or replaces its value.
+  void SetValue(Variant key, Variant value);
+
+  // The stored value, or `otherwise` when the key is absent.
+  Variant Lookup(const Key& key, const Variant& otherwise) const;
+
+  std::size_t Count() const noexcept { return entries_.size(); }
+  // Makes room for that many entries at once.
+  void Reserve(std::size_t count) { entries_.reserve(count); }
+
+ private:
+  struct Entry {
+    Variant key;
+    Variant value;
+  };
+
+  using OwnedKey = std::variant<std::int32_t, std::string>;
+  struct KeyOrder {
+    using is_transparent = void;
+    bool operator()(const OwnedKey& left, const OwnedKey& right) const noexcept { return left < right; }
+    bool operator()(const OwnedKey& left, const Key& right) const noexcept;
+    bool operator()(const Key& left, const OwnedKey& right) const noexcept;
+  };
+
+  const Entry* Find(const Key& key) const noexcept;
+  void IndexFrom(std::size_t position);
+
+  // In the order of their arrival. Most dictionaries are small and are simply searched; a large one
+  // has an index, ordered so that no choice of keys can make it slow.
+  std::vector<Entry> entries_;
+  std::map<OwnedKey, std::size_t, KeyOrder> index_;
+};
+
+// An array of dictionaries as a Variant can hold it.
+class DictionaryArray final : public Object {
+ public:
+  std::vector<Ref<Dictionary>> Items;
+};
+
+// The array that a Variant holds. Throws IllegalCastException for every other kind of value.
+const std::vector<Ref<Dictionary>>& VariantToDictionaryArray(const Variant& value);
+
+}  // namespace tollmere

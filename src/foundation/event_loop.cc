@@ -1,0 +1,182 @@
+#include "foundation/event_loop.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <clocale>
+#include <ctime>
+#include <limits>
+#include <string>
+
+#include "foundation/debug_log.h"
+
+namespace tollmere {
+namespace {
+
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr std::int64_t kNanosecondsPerMillisecond = 1'000'000;
+
+constexpr int kEndSignals[] = {SIGTERM, SIGINT, SIGHUP};
+
+// The timers that exist. They join and leave by their construction and destruction.
+std::vector<Timer*>& Timers() {
+  static std::vector<Timer*> timers;
+  return timers;
+}
+
+void RequestEndOfProcess(int) { end_of_process_requested.store(true, std::memory_order_relaxed); }
+
+sigset_t EndSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : kEndSignals) {
+    sigaddset(&signals, signal);
+  }
+  return signals;
+}
+
+void PrepareSignals() {
+  struct sigaction action = {};
+  action.sa_handler = RequestEndOfProcess;
+  for (const int signal : kEndSignals) {
+    sigaction(signal, &action, nullptr);
+  }
+  // A log whose reader has gone away is no reason to end.
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &action, nullptr);
+  // The children that this process starts are waited for one by one; whoever started the agent may
+  // have had other plans, and may have blocked the signals that end it.
+  action.sa_handler = SIG_DFL;
+  sigaction(SIGCHLD, &action, nullptr);
+  const sigset_t signals = EndSignals();
+  sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+// A process that was started with a standard stream closed would give that number to the next file
+// that it opens, and write its log into it.
+void PrepareStandardStreams() {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor > STDERR_FILENO) {
+    close(descriptor);
+  }
+}
+
+void ReportUncaughtError(const char* name) {
+  System::DebugLog(std::string("Ended by an uncaught error: ") + name);
+}
+
+}  // namespace
+
+void ThrowEndOfProcess() { throw EndOfProcess(); }
+
+std::int64_t MonotonicClock() noexcept {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * kNanosecondsPerSecond + now.tv_nsec;
+}
+
+void WaitForDescriptor(int descriptor, std::int64_t until) {
+  // With the signals held back from the look at the flag to the wait, none can fall in between and
+  // go unnoticed until the wait is over.
+  const sigset_t signals = EndSignals();
+  sigset_t previous;
+  sigprocmask(SIG_BLOCK, &signals, &previous);
+  if (!end_of_process_requested.load(std::memory_order_relaxed)) {
+    const std::int64_t left = std::max<std::int64_t>(until - MonotonicClock(), 0);
+    const timespec timeout{left / kNanosecondsPerSecond, left % kNanosecondsPerSecond};
+    pollfd polled{descriptor, POLLIN, 0};
+    ppoll(&polled, descriptor >= 0 ? 1 : 0, &timeout, &previous);
+  }
+  sigprocmask(SIG_SETMASK, &previous, nullptr);
+}
+
+Timer::Timer() { Timers().push_back(this); }
+
+Timer::~Timer() { std::erase(Timers(), this); }
+
+void Timer::Reset() { next_expiry_ = MonotonicClock() + std::max(period_, 1) * kNanosecondsPerMillisecond; }
+
+void Timer::addActionNotificationReceiver(ActionNotificationReceiver& receiver) {
+  receivers_.push_back(&receiver);
+}
+
+void Timer::removeActionNotificationReceiver(ActionNotificationReceiver& receiver) {
+  std::erase(receivers_, &receiver);
+}
+
+void Timer::CallAction() {
+  const std::vector<ActionNotificationReceiver*> receivers = receivers_;  // One may leave while told.
+  for (ActionNotificationReceiver* receiver : receivers) {
+    receiver->PerformAction();
+  }
+}
+
+void Timer::SetPeriod(std::int32_t milliseconds) {
+  period_ = std::max(milliseconds, 1);
+  if (IsRunning()) {
+    Reset();
+  }
+}
+
+void Timer::SetMode(std::int32_t mode) {
+  const bool was_running = IsRunning();
+  mode_ = mode;
+  if (IsRunning() && !was_running && !in_action_) {
+    Reset();
+  }
+}
+
+void Timer::Fire() {
+  in_action_ = true;
+  CallAction();
+  in_action_ = false;
+  // On to the next point of the grid that lies ahead: what the action missed is dropped.
+  const std::int64_t period = std::max(period_, 1) * kNanosecondsPerMillisecond;
+  const std::int64_t missed = (MonotonicClock() - next_expiry_) / period;
+  next_expiry_ += (missed + 1) * period;
+}
+
+void Application::Run() {
+  while (true) {
+    Timer* next = nullptr;
+    for (Timer* timer : Timers()) {
+      if (timer->IsRunning() && (next == nullptr || timer->next_expiry_ < next->next_expiry_)) {
+        next = timer;
+      }
+    }
+    if (next != nullptr && next->next_expiry_ <= MonotonicClock()) {
+      next->Fire();
+    } else {
+      WaitForDescriptor(-1, next != nullptr ? next->next_expiry_ : std::numeric_limits<std::int64_t>::max());
+    }
+    Yield();
+  }
+}
+
+int RunApplication(Ref<Application> (*create)(), void (*release)()) {
+  int status = 1;
+  PrepareStandardStreams();
+  PrepareSignals();
+  std::setlocale(LC_TIME, "");  // Dates in the log are in the user's language; nothing else is.
+  try {
+    const Ref<Application> application = create();
+    application->Event_Open();
+    application->Run();
+  } catch (const EndOfProcess&) {
+    status = 0;
+  } catch (const std::exception& error) {
+    ReportUncaughtError(error.what());
+  } catch (...) {
+    ReportUncaughtError("unknown");
+  }
+  release();
+  return status;
+}
+
+}  // namespace tollmere

@@ -1,0 +1,97 @@
+// The one thread's event loop, its timer, and the end of the process.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "foundation/object.h"
+
+namespace tollmere {
+
+// Thrown by Yield once the end of the process has been asked for, and caught by RunApplication
+// alone. It is no std::exception, so that no handler of errors takes it for one.
+struct EndOfProcess {};
+
+// Set by SIGTERM, SIGINT and SIGHUP; never taken back.
+inline std::atomic<bool> end_of_process_requested = false;
+static_assert(std::atomic<bool>::is_always_lock_free);  // A signal handler writes it.
+
+[[noreturn]] void ThrowEndOfProcess();
+
+// Every loop that can run long calls this once an iteration. No timer fires in it; all it does is to
+// leave the work at hand, by throwing EndOfProcess, when the process is to end. Costs one load.
+inline void Yield() {
+  if (end_of_process_requested.load(std::memory_order_relaxed)) [[unlikely]] {
+    ThrowEndOfProcess();
+  }
+}
+
+// Waits until `descriptor` can be read, the moment has come, or the end of the process is asked for,
+// whichever is first. `descriptor` may be -1 for none; `until` counts nanoseconds of MonotonicClock.
+void WaitForDescriptor(int descriptor, std::int64_t until);
+
+// Nanoseconds on a clock that nobody sets. It stands still while the machine sleeps.
+std::int64_t MonotonicClock() noexcept;
+
+// Is told of each expiry of a timer, after the timer's own action.
+class ActionNotificationReceiver {
+ public:
+  virtual ~ActionNotificationReceiver() = default;
+  virtual void PerformAction() = 0;
+};
+
+// Fires on a fixed grid that begins when Mode goes from 0 to 2: once every Period from there on. An
+// action that takes long shifts no later expiry, and expiries that it misses are dropped. To switch Mode
+// off and on again inside the timer's own action keeps the grid.
+class Timer : public Object {
+ public:
+  Timer();
+  ~Timer() override;
+
+  // Begins the grid anew, from now.
+  virtual void Reset();
+  // `receiver` must outlive its registration. Each is told once an expiry, in the order of joining.
+  virtual void addActionNotificationReceiver(ActionNotificationReceiver& receiver);
+  virtual void removeActionNotificationReceiver(ActionNotificationReceiver& receiver);
+  // What happens at each expiry. A subclass runs its action and then calls this one.
+  virtual void CallAction();
+
+  // Milliseconds, at least 1; what is less counts as 1. 0 until it is set.
+  std::int32_t Period() const noexcept { return period_; }
+  void SetPeriod(std::int32_t milliseconds);
+  // 0 is off, 2 is repeating. No other value is in use; it counts as off.
+  std::int32_t Mode() const noexcept { return mode_; }
+  void SetMode(std::int32_t mode);
+
+ private:
+  friend class Application;
+
+  bool IsRunning() const noexcept { return mode_ == kRepeating; }
+  void Fire();
+
+  static constexpr std::int32_t kRepeating = 2;
+
+  std::int32_t period_ = 0;
+  std::int32_t mode_ = 0;
+  bool in_action_ = false;
+  std::int64_t next_expiry_ = 0;  // on MonotonicClock
+  std::vector<ActionNotificationReceiver*> receivers_;
+};
+
+// The application object. RunApplication makes one, and calls Event_Open when the loop is up.
+class Application : public Object {
+ public:
+  virtual void Event_Open() {}
+
+  // Serves the timers until the process is to end; leaves by throwing EndOfProcess, or whatever an
+  // action throws.
+  [[noreturn]] void Run();
+};
+
+// The life of the process: puts standard streams, signals and the locale in order, makes the
+// application, runs it, and calls `release` at the end. Returns the exit status: 0 when the end was asked
+// for, 1 after an error that nothing caught, which is named on standard error.
+int RunApplication(Ref<Application> (*create)(), void (*release)());
+
+}  // namespace tollmere

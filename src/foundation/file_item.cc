@@ -1,0 +1,140 @@
+#include "foundation/file_item.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "foundation/application_bundle.h"
+#include "foundation/child_process.h"
+#include "foundation/text.h"
+
+namespace tollmere {
+namespace {
+
+constexpr std::string_view kFileScheme = "file://";
+
+int HexDigit(char c) noexcept {
+  if (c >= '0' && c <= '9') {
+    return c - '0';
+  }
+  const char lower = static_cast<char>(c | 0x20);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// False where a percent sign is not followed by two hexadecimal digits.
+bool DecodePercentEscapes(std::string_view text, std::string& decoded) {
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] != '%') {
+      decoded += text[at];
+      continue;
+    }
+    const int high = at + 2 < text.size() ? HexDigit(text[at + 1]) : -1;
+    const int low = high >= 0 ? HexDigit(text[at + 2]) : -1;
+    if (low < 0) {
+      return false;
+    }
+    decoded += static_cast<char>(high * 16 + low);
+    at += 2;
+  }
+  return true;
+}
+
+Ref<FolderItem> ItemForPath(std::string_view path) {
+  if (!path.starts_with('/') || path.find('\0') != std::string_view::npos) {
+    return nullptr;
+  }
+  return New<FolderItem>(path);
+}
+
+Ref<FolderItem> ItemForUrl(std::string_view url) {
+  if (!EqualsIgnoringCase(Left(url, kFileScheme.size()), kFileScheme)) {
+    return nullptr;
+  }
+  url.remove_prefix(kFileScheme.size());
+  const std::string_view host = url.substr(0, url.find('/'));
+  if (!host.empty() && !EqualsIgnoringCase(host, "localhost")) {
+    return nullptr;
+  }
+  url.remove_prefix(host.size());
+  url = url.substr(0, url.find_first_of("?#"));
+  std::string path;
+  return DecodePercentEscapes(url, path) ? ItemForPath(path) : nullptr;
+}
+
+}  // namespace
+
+FolderItem::FolderItem(std::string_view path) {
+  for (const std::string_view segment : Split(path, "/")) {
+    if (!segment.empty()) {
+      path_.append("/").append(segment);
+    }
+  }
+  if (path_.empty()) {
+    path_ = "/";
+  }
+}
+
+bool FolderItem::Exists() const noexcept {
+  struct stat status {};
+  return stat(path_.c_str(), &status) == 0;
+}
+
+Ref<FolderItem> FolderItem::Child(std::string_view name) const {
+  using namespace std::string_view_literals;
+  if (name.empty() || name == "." || name == ".." || name.find_first_of("/\0"sv) != std::string_view::npos) {
+    return nullptr;
+  }
+  return New<FolderItem>(path_ + "/" + std::string(name));
+}
+
+Ref<FolderItem> FolderItem::Parent() const {
+  return path_ == "/" ? nullptr : New<FolderItem>(std::string_view(path_).substr(0, path_.rfind('/')));
+}
+
+Ref<FolderItem> FolderItem::GetRelative(std::string_view) const { return nullptr; }
+
+void FolderItem::Launch(bool) {
+  struct stat status {};
+  if (stat(path_.c_str(), &status) != 0) {
+    last_error_code_ = errno;
+    return;
+  }
+  std::string executable = path_;
+  if (S_ISDIR(status.st_mode)) {
+    const ApplicationBundle bundle = ReadApplicationBundle(path_);
+    if (bundle.error != 0) {
+      last_error_code_ = bundle.error;
+      return;
+    }
+    executable = bundle.executable;
+  }
+  last_error_code_ = StartDetached(executable);
+}
+
+Ref<FolderItem> Volume(std::int32_t number) { return number == 0 ? New<FolderItem>("/") : nullptr; }
+
+Ref<FolderItem> GetFolderItem(std::string_view text, std::int32_t mode) {
+  switch (mode) {
+    case kPathModeAbsolute:
+      return ItemForPath(text);
+    case kPathModeUrl:
+      return ItemForUrl(text);
+    default:
+      return nullptr;
+  }
+}
+
+std::string HomeFolder() {
+  if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
+    return home;
+  }
+  const passwd* user = getpwuid(getuid());
+  return user != nullptr && user->pw_dir != nullptr && *user->pw_dir == '/' ? user->pw_dir : "/";
+}
+
+Ref<FolderItem> SpecialFolder::Applications() { return New<FolderItem>("/Applications"); }
+
+}  // namespace tollmere

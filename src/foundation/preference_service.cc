@@ -1,0 +1,86 @@
+#include "foundation/preference_service.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "foundation/file_bytes.h"
+#include "foundation/file_item.h"
+#include "foundation/property_list.h"
+
+namespace tollmere {
+namespace {
+
+std::string DomainPath(const std::string& domain) {
+  const char* folder = std::getenv("XDG_CONFIG_HOME");
+  const bool is_usable = folder != nullptr && *folder == '/';
+  return (is_usable ? std::string(folder) : HomeFolder() + "/.config") + "/" + domain + ".plist";
+}
+
+// A link that leads nowhere is a file that cannot be read, and not the absence of one.
+bool IsAbsent(const std::string& path, int error) noexcept {
+  struct stat status {};
+  return error == ENOENT && lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+}
+
+}  // namespace
+
+Ref<CFObjectMBS> CFPreferencesMBS::CopyAppValue(const Ref<CFStringMBS>& key,
+                                                const Ref<CFStringMBS>& application_id) {
+  const std::string& domain = application_id->str();
+  auto view = views_.find(domain);
+  if (view == views_.end()) {
+    view = views_.try_emplace(domain).first;
+    Refresh(view->second, domain);
+  }
+  const auto value = view->second.values.find(key->str());
+  return value != view->second.values.end() ? *value->second : nullptr;
+}
+
+bool CFPreferencesMBS::Synchronize(const Ref<CFStringMBS>& application_id, const Ref<CFStringMBS>&,
+                                   const Ref<CFStringMBS>&) {
+  const std::string& domain = application_id->str();
+  return Refresh(views_[domain], domain);
+}
+
+bool CFPreferencesMBS::Refresh(View& view, const std::string& domain) {
+  bool changed = false;
+  const std::string path = DomainPath(domain);
+  const int error = ReadFileBytes(path, kMaxPropertyListBytes, view.bytes, changed);
+  if (IsAbsent(path, error)) {
+    view.bytes.clear();
+    view.bytes_are_good = true;
+    view.exists = false;
+    Show(view, nullptr);
+    return true;
+  }
+  if (error != 0) {
+    return false;
+  }
+  if (changed || !view.exists) {
+    view.exists = true;
+    const Ref<CFObjectMBS> root = ParsePropertyList(view.bytes);
+    view.bytes_are_good = IsA<CFDictionaryMBS>(root);
+    if (view.bytes_are_good) {
+      Show(view, Cast<CFDictionaryMBS>(root));
+    }
+  }
+  return view.bytes_are_good;
+}
+
+void CFPreferencesMBS::Show(View& view, Ref<CFDictionaryMBS> root) {
+  view.values.clear();
+  view.root = std::move(root);
+  if (view.root == nullptr) {
+    return;
+  }
+  const CFDictionaryListMBS& list = *view.root->List();
+  for (std::size_t i = 0; i < list.Count(); ++i) {
+    if (IsA<CFStringMBS>(list.Key(i))) {
+      view.values[static_cast<const CFStringMBS&>(*list.Key(i)).str()] = &list.Value(i);
+    }
+  }
+}
+
+}  // namespace tollmere

@@ -1,0 +1,50 @@
+// Texts and numbers: the conversions that the agent's logic is written in.
+//
+// A text is a std::string of UTF-8 or of raw bytes. The decimal forms are the same in every locale.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tollmere {
+
+// The platform's line ending.
+inline constexpr std::string_view EndOfLine = "\n";
+
+// Plain decimal digits, with a minus sign if negative and no padding.
+std::string Str(std::int32_t value);
+
+// The shortest text that reads back as the same number; without an exponent for whole numbers below
+// 2^53. "nan", "inf" and "-inf" for what is no number, which Val does not read back.
+std::string Str(double value);
+
+// The number with which the text begins: leading blanks, a sign, digits, a point, an exponent. 0 for a
+// text that does not begin with one. Neither hexadecimal digits nor "nan" nor "inf" are a number. What
+// is too large for a double is infinite.
+double Val(std::string_view text) noexcept;
+
+// True when the whole text, but for blanks around it, is one number as Val reads it.
+bool IsNumeric(std::string_view text) noexcept;
+
+// The number in a form such as "-#.#########": a minus sign for a negative number where the mask begins
+// with one, then as many decimals as there are marks behind the point, rounded. A decimal that is 0
+// at the end is left out at '#' and written at '0'. Behind a whole number stands no point.
+std::string Format(double value, std::string_view mask);
+
+// The pieces between the delimiters, always one more than there are delimiters: an empty text is one
+// empty piece. An empty delimiter divides nothing.
+std::vector<std::string_view> Split(std::string_view text, std::string_view delimiter);
+
+// The first `count` characters, or all of the text if it is shorter. A byte that is no part of
+// UTF-8 counts as a character.
+std::string_view Left(std::string_view text, std::size_t count) noexcept;
+
+// Equality of texts as the agent's logic means it: the case of the letters A to Z does not count.
+bool EqualsIgnoringCase(std::string_view left, std::string_view right) noexcept;
+
+// The nearest 32-bit integer towards zero; NaN gives 0, a number beyond the range the nearest end.
+std::int32_t ToInt32(double value) noexcept;
+
+}  // namespace tollmere

@@ -1,0 +1,69 @@
+// One value of a dynamic kind.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "foundation/object.h"
+
+namespace tollmere {
+
+// Holds a string, a 32-bit integer, a double, a boolean, a reference to an object, or Nil. A Variant is
+// made by the boxing functions below, which name the kind, and is read by the conversions beside
+// them, which never throw, whatever the kind.
+class Variant {
+ public:
+  Variant() = default;  // Nil
+
+  bool IsNil() const noexcept { return std::holds_alternative<std::monostate>(value_); }
+
+  // The held value if it is of that kind, else null. An object is never Nil here: a boxed Nil is a
+  // Nil Variant.
+  template <class Kind>
+  const Kind* If() const noexcept {
+    return std::get_if<Kind>(&value_);
+  }
+
+  // Same kind and same value; texts with case, objects by identity.
+  bool operator==(const Variant&) const = default;
+
+ private:
+  friend Variant StringToVariant(std::string);
+  friend Variant Int32ToVariant(std::int32_t) noexcept;
+  friend Variant DoubleToVariant(double) noexcept;
+  friend Variant BooleanToVariant(bool) noexcept;
+  friend Variant ObjectToVariant(Ref<Object>) noexcept;
+
+  std::variant<std::monostate, std::string, std::int32_t, double, bool, Ref<Object>> value_;
+};
+
+Variant StringToVariant(std::string value);
+Variant Int32ToVariant(std::int32_t value) noexcept;
+Variant DoubleToVariant(double value) noexcept;
+Variant BooleanToVariant(bool value) noexcept;
+Variant ObjectToVariant(Ref<Object> value) noexcept;
+
+// The text; of a number its Str, of a boolean "True" or "False"; empty for an object and for Nil.
+std::string VariantToString(const Variant& value);
+// The integer; of a double its whole part, held within 32 bits, NaN giving 0; of a text its Val likewise;
+// of a boolean 1 or 0; 0 for an object and for Nil.
+std::int32_t VariantToInt32(const Variant& value) noexcept;
+// The double; of an integer the same number, of a text its Val, of a boolean 1 or 0; 0 for the rest.
+double VariantToDouble(const Variant& value) noexcept;
+// The boolean; of a number whether it differs from 0 (NaN does not count); of a text False for "", "false",
+// "no", "off" in any case and for what reads as 0, else True; False for an object and for Nil.
+bool VariantToBoolean(const Variant& value) noexcept;
+// The object, or Nil for every other kind.
+Ref<Object> VariantToObject(const Variant& value) noexcept;
+
+// The text of a Variant, as VariantToString gives it.
+inline std::string CStr(const Variant& value) { return VariantToString(value); }
+// True for an integer, a double, and a text that reads as a number from end to end.
+bool IsNumeric(const Variant& value) noexcept;
+
+// True for the texts that stand for no: "", "false", "no", "off", in any case.
+bool IsFalseWord(std::string_view text) noexcept;
+
+}  // namespace tollmere
