@@ -1,0 +1,72 @@
+#include "preferences/local_preferences.h"
+
+#include "foundation/debug_log.h"
+#include "foundation/event_loop.h"
+#include "preferences/core_preferences.h"
+#include "preferences/global_methods.h"
+
+namespace tollmere::LocalPreferences {
+namespace {
+
+std::string RingText(const Date& date) { return date.LongDate() + " " + date.LongTime(); }
+
+void LogNextRing(const char* beginning, const TLMAlarm& alarm, const std::string& when) {
+  System::DebugLog(beginning + alarm.Name + "\"; Ring At: " + when);
+}
+
+// Logs the alarm when it is new to this process or its next ring has moved, and remembers that ring.
+void LogAndRemember(const TLMAlarm& alarm) {
+  const Variant key = Int32ToVariant(alarm.UniqueID);
+  const Ref<Date>& next = alarm.NextRingDateTime;
+  if (!RememberedNextRingDates->HasKey(key)) {
+    LogNextRing("Found Alarm \"", alarm, next != nullptr ? RingText(*next) : "Never");
+  } else {
+    const auto remembered = Cast<Date>(VariantToObject(RememberedNextRingDates->Value(key)));
+    const double r = remembered != nullptr ? remembered->TotalSeconds() : 0.0;
+    const double n = next != nullptr ? next->TotalSeconds() : 0.0;
+    if (r != n && n == 0.0) {
+      LogNextRing("Found Updated Alarm \"", alarm, "Never");
+    } else if (r != n) {
+      Date moment;
+      moment.SetTotalSeconds(n);
+      LogNextRing("Found Updated Alarm \"", alarm, RingText(moment));
+    }
+  }
+  RememberedNextRingDates->SetValue(key, ObjectToVariant(next));
+}
+
+}  // namespace
+
+void Reload() {
+  xAlarmArray.clear();
+  CorePreferencesModified::Sync();
+  for (const Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
+    const Ref<TLMAlarm> a = TLMAlarm::Make();
+    a->SetDictionary(stored);
+    // The rings of this process are stronger than what the main application stored, Nil included. No
+    // setter takes part: nothing is worked out here.
+    const Variant id = Int32ToVariant(a->UniqueID);
+    if (MasteRingHistory->HasKey(id)) {
+      a->LastRungDateTime = Cast<Date>(VariantToObject(MasteRingHistory->Value(id)));
+    }
+    if (a->Type != AlarmTypeTimer && a->Enabled() && !a->IsPreset) {
+      a->SetNextRingTime(nullptr);
+      LogAndRemember(*a);
+      xAlarmArray.push_back(a);
+    }
+    Yield();
+  }
+}
+
+std::vector<Ref<Date>> Exclusions_Get() {
+  std::vector<Ref<Date>> days;
+  const std::string text = CorePreferencesModified::GetPrefsStrValue("Exclusions", false);
+  for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(text, ",")) {
+    Ref<Date> day = New<Date>();
+    day->SetTotalSeconds(seconds);
+    days.push_back(std::move(day));
+  }
+  return days;
+}
+
+}  // namespace tollmere::LocalPreferences

@@ -1,0 +1,54 @@
+// Date alarms: once, yearly, monthly or daily, by which of year, month and day are "any".
+#include "foundation/event_loop.h"
+#include "schedule/alarm.h"
+
+namespace tollmere {
+
+// The fields are put onto the candidate in the order year, month, day, and each of them rolls over at
+// once. On the last days of a month the date can thus land a month late: on 31 January, 10 February
+// becomes 10 March. That is meant, and so is that nothing resets the day first: it shows only while
+// today is such a day, and the next reload after the month has turned gives the true date.
+void TLMAlarm::SetNextRingTime_Date(std::optional<Date>& dNext, const Date& dStart) const {
+  if (DateDay != kAny && DateMonth != kAny && DateYear != kAny) {
+    dNext->SetYear(DateYear);
+    dNext->SetMonth(DateMonth);
+    dNext->SetDay(DateDay);
+    if (IsExcluded(*dNext)) {
+      dNext.reset();  // A date that comes but once has no other day to move on to.
+    }
+    return;
+  }
+
+  // The hour and minute come from the candidate, where they have been brought into range.
+  Date dTry;
+  dTry.SetTotalSeconds(dStart.TotalSeconds());
+  dTry.SetHour(dNext->Hour());
+  dTry.SetMinute(dNext->Minute());
+  Date dLimit;
+  dLimit.SetTotalSeconds(dStart.TotalSeconds());
+  dLimit.SetYear(dLimit.Year() + 10);
+
+  for (;; dTry.SetDay(dTry.Day() + 1), Yield()) {
+    if (dTry.TotalSeconds() >= dLimit.TotalSeconds()) {
+      dNext.reset();
+      return;
+    }
+    if (dTry.TotalSeconds() < dStart.TotalSeconds()) {
+      continue;
+    }
+    if ((DateYear != kAny && DateYear != dTry.Year()) || (DateMonth != kAny && DateMonth != dTry.Month()) ||
+        (DateDay != kAny && DateDay != dTry.Day())) {
+      continue;
+    }
+    // Asked last, since it reads the global list afresh.
+    if (IsExcluded(dTry)) {
+      continue;
+    }
+    dNext->SetYear(dTry.Year());
+    dNext->SetMonth(dTry.Month());
+    dNext->SetDay(dTry.Day());
+    return;
+  }
+}
+
+}  // namespace tollmere

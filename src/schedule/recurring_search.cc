@@ -1,0 +1,92 @@
+// Weekly alarms, hourly chimes and countdown timers. None of these searches has a bound: each ends when
+// it has found its moment.
+#include "foundation/event_loop.h"
+#include "schedule/alarm.h"
+
+namespace tollmere {
+
+// Year, month and day are put onto the candidate as in the search for date alarms, with the same effect
+// on the last days of a month: on 31 March, Thursday 1 April becomes 1 May. An alarm that is confined to a
+// month that does not exist searches until the process is asked to end.
+void TLMAlarm::SetNextRingTime_Weekly(std::optional<Date>& dNext, const Date& dStart) const {
+  Date dTry;
+  dTry.SetTotalSeconds(dStart.TotalSeconds());
+  dTry.SetHour(Hour);
+  dTry.SetMinute(Minute);
+  dTry.SetSecond(0);
+
+  bool any_day = false;
+  for (const bool day : WeeklyDays) {
+    any_day = any_day || day;
+    Yield();
+  }
+  if (!any_day) {
+    dNext.reset();
+    return;
+  }
+
+  for (;; dTry.SetDay(dTry.Day() + 1), Yield()) {
+    if (dTry.TotalSeconds() < dStart.TotalSeconds()) {
+      continue;
+    }
+    if (!WeeklyDays[static_cast<std::size_t>(dTry.DayOfWeek() - 1)]) {
+      continue;
+    }
+    if (WeeklyDaysMonth != kAny && WeeklyDaysMonth != dTry.Month()) {
+      continue;
+    }
+    if (IsExcluded(dTry)) {
+      continue;
+    }
+    dNext->SetYear(dTry.Year());
+    dNext->SetMonth(dTry.Month());
+    dNext->SetDay(dTry.Day());
+    return;
+  }
+}
+
+// The day is tested for exclusion before the chime's minute is set, and only then: the hour that is
+// added behind it can carry over midnight into an excluded day, and the chime stands there all the
+// same. That is meant.
+void TLMAlarm::SetNextRingTime_HourlyChime(std::optional<Date>& dNext, const Date& dStart) const {
+  dNext->SetTotalSeconds(dStart.TotalSeconds());
+  while (IsExcluded(*dNext)) {
+    dNext->SetDay(dNext->Day() + 1);
+    dNext->SetHour(0);
+    Yield();
+  }
+  dNext->SetMinute(HourlyChimeMinute);
+  while (dNext->TotalSeconds() < dStart.TotalSeconds()) {
+    dNext->SetHour(dNext->Hour() + 1);
+    Yield();
+  }
+}
+
+// A countdown runs from the full moment, with its seconds, and takes no notice of the last ring: the floor
+// moves to that moment. The length is computed in 32 bits and wraps.
+void TLMAlarm::SetNextRingTime_Timer(std::optional<Date>& dNext, Date& dStart, const Ref<Date>& d) const {
+  if (TimerHours == 0 && TimerMinutes == 0 && TimerSeconds == 0) {
+    dNext.reset();
+    return;
+  }
+  Date dBase;
+  if (d != nullptr) {
+    dBase.SetTotalSeconds(d->TotalSeconds());
+  }
+  dStart.SetTotalSeconds(dBase.TotalSeconds());
+  const std::uint32_t wrapped = static_cast<std::uint32_t>(TimerHours) * 3600U +
+                                static_cast<std::uint32_t>(TimerMinutes) * 60U +
+                                static_cast<std::uint32_t>(TimerSeconds);
+  const double length = static_cast<std::int32_t>(wrapped);
+  if (length == 0.0) {  // parts that cancel out
+    dNext.reset();
+    return;
+  }
+  dNext->SetTotalSeconds(dBase.TotalSeconds() + length);
+  while (IsExcluded(*dNext)) {
+    dNext->SetTotalSeconds(dNext->TotalSeconds() + length);
+    Yield();
+  }
+}
+
+}  // namespace tollmere

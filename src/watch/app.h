@@ -1,0 +1,19 @@
+// The application object, and the life of what it makes.
+#pragma once
+
+#include "foundation/event_loop.h"
+
+namespace tollmere {
+
+class App final : public Application {
+ public:
+  // Makes the run-time tables and the one timer, between the two start-up lines of the log. The first tick
+  // comes one period later; until then no alarm is watched.
+  void Event_Open() override;
+};
+
+// Puts every module global back to Nil: the timer first, so that nothing fires any more, then the alarms, the
+// tables, and what they were read from.
+void ReleaseGlobals();
+
+}  // namespace tollmere

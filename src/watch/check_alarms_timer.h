@@ -1,0 +1,26 @@
+// The one timer, and the check pass that it drives.
+#pragma once
+
+#include "foundation/date.h"
+#include "foundation/event_loop.h"
+#include "foundation/object.h"
+
+namespace tollmere {
+
+class CheckAlarmsTimer : public Timer {
+ public:
+  void CallAction() override;
+
+  // One tick: reloads the alarm list, with the timer off, and then runs one check pass, with the timer on.
+  virtual void Event_Action();
+
+  // Decides which of the watched alarms ring, and has them ring. `d` Nil is the pass of a tick, for the
+  // present moment; before it walks, second by second, over whatever time has gone by since the last pass.
+  // `d` set is one walked second.
+  static void CheckAlarms(const Ref<Date>& d);
+
+  // The moment up to which alarms have been checked; Nil until the first pass has ended.
+  static inline Ref<Date> dRecentCheck;
+};
+
+}  // namespace tollmere
