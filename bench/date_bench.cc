@@ -1,5 +1,3 @@
-#include <bit>
-
 #include "bench_clock.h"
 #include "foundation/date.h"
 #include "measured.h"
@@ -14,8 +12,7 @@ void DateStepDay(benchmark::State& state) {
   int left = kWalkedDays;
   for (auto _ : state) {
     date.SetDay(date.Day() + 1);
-    Use(date.Year(), date.Month(), date.Day(), date.DayOfWeek(),
-        std::bit_cast<std::int64_t>(date.TotalSeconds()));
+    Use(date.Year(), date.Month(), date.Day(), date.DayOfWeek(), date.TotalSeconds());
     if (--left == 0) {
       date.SetDay(date.Day() - kWalkedDays);
       left = kWalkedDays;

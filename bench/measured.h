@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <type_traits>
 
 namespace tollmere {
 
@@ -17,10 +18,14 @@ inline void SetPieces(benchmark::State& state, std::int64_t pieces) {
   state.counters[kPieces] = static_cast<double>(pieces);
 }
 
-// Makes the compiler have these values in registers at this point, without a way through memory.
+// Makes the compiler have these values at this point: integers in registers, without a way through memory.
 template <class Value, class... Others>
 inline void Use(Value value, Others... others) {
-  asm volatile("" : : "r"(value));
+  if constexpr (std::is_floating_point_v<Value>) {
+    asm volatile("" : : "m"(value));
+  } else {
+    asm volatile("" : : "r"(value));
+  }
   if constexpr (sizeof...(others) > 0) {
     Use(others...);
   }

@@ -65,9 +65,10 @@ constexpr CivilDate CivilFromDays(std::int64_t days) noexcept {
   return {year_of_era + era * 400 + static_cast<std::int64_t>(month <= 2), month, day};
 }
 
-// 1 to 7, 1 being Sunday. 1 January 1904 was a Friday.
+// 1 to 7, 1 being Sunday. 1 January 1904 was a Friday. For the days of every 32-bit year.
 constexpr int WeekdayFromDays(std::int64_t days) noexcept {
-  return static_cast<int>(days + 5 - FloorDivide(days + 5, 7) * 7) + 1;
+  constexpr std::int64_t kWholeWeeks = std::int64_t{7} << 38;  // makes every such day positive
+  return static_cast<int>(static_cast<std::uint64_t>(days + 5 + kWholeWeeks) % 7) + 1;
 }
 
 static_assert(DaysFromCivil(1904, 1, 1) == 0 && DaysFromCivil(1970, 1, 1) == kDaysTo1970);

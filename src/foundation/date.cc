@@ -17,6 +17,9 @@ namespace {
 constexpr double kWholeLimit = 4'503'599'627'370'496.0;  // 2^52
 constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
 
+// Years that lie within that range, either way.
+constexpr std::int64_t kWholeYears = 100'000'000;
+
 // The moments that a 32-bit year can show.
 constexpr std::int64_t kFirstSecond =
     DaysFromCivil(std::numeric_limits<std::int32_t>::min(), 1, 1) * kSecondsPerDay;
@@ -55,27 +58,25 @@ Date::State Date::AtSecond(std::int64_t second, double fraction) noexcept {
   if (std::fabs(state.total_seconds) >= kExactLimit) {
     return AtTotal(state.total_seconds);  // The double may stand on another second: it decides.
   }
-  if (std::floor(state.total_seconds) != static_cast<double>(second)) {
+  if (fraction != 0.0 && std::floor(state.total_seconds) != static_cast<double>(second)) {
     // The fraction was so near to 1 that it was rounded up: stay within the second.
     state.total_seconds = std::nextafter(state.total_seconds, -HUGE_VAL);
   }
   state.day_number = FloorDivide(second, kSecondsPerDay);
-  const auto time = static_cast<std::int32_t>(second - state.day_number * kSecondsPerDay);
+  state.time = static_cast<std::int32_t>(second - state.day_number * kSecondsPerDay);
   const CivilDate civil = CivilFromDays(state.day_number);
   state.year = static_cast<std::int32_t>(civil.year);
-  state.month = static_cast<std::int8_t>(civil.month);
-  state.day = static_cast<std::int8_t>(civil.day);
-  state.hour = static_cast<std::int8_t>(time / 3600);
-  state.minute = static_cast<std::int8_t>(time / 60 % 60);
-  state.second = static_cast<std::int8_t>(time % 60);
+  state.month = civil.month;
+  state.day = civil.day;
   state.whole = fraction == 0.0 && std::fabs(state.total_seconds) < kWholeLimit;
   return state;
 }
 
 Date::State Date::AtTotal(double total_seconds) noexcept {
   if (std::fabs(total_seconds) < kExactLimit) [[likely]] {
-    const double floor = std::floor(total_seconds);
-    State state = AtSecond(static_cast<std::int64_t>(floor), total_seconds - floor);
+    auto floor = static_cast<std::int64_t>(total_seconds);
+    floor -= static_cast<std::int64_t>(static_cast<double>(floor) > total_seconds);
+    State state = AtSecond(floor, total_seconds - static_cast<double>(floor));
     state.total_seconds = total_seconds;  // To the last bit, also where the sum above was rounded.
     return state;
   }
@@ -88,15 +89,14 @@ Date::State Date::AtTotal(double total_seconds) noexcept {
     second = static_cast<std::int64_t>(total_seconds);  // A whole number: this is 2^53 and above.
   }
   const std::int64_t day_number = FloorDivide(second, kSecondsPerDay);
-  State state = AtSecond(second - day_number * kSecondsPerDay, 0.0);  // for the time of day
   const CivilDate civil = CivilFromDays(day_number);
-  state.total_seconds = total_seconds;
-  state.day_number = day_number;
-  state.year = static_cast<std::int32_t>(civil.year);
-  state.month = static_cast<std::int8_t>(civil.month);
-  state.day = static_cast<std::int8_t>(civil.day);
-  state.whole = false;
-  return state;
+  return {.total_seconds = total_seconds,
+          .day_number = day_number,
+          .year = static_cast<std::int32_t>(civil.year),
+          .month = civil.month,
+          .day = civil.day,
+          .time = static_cast<std::int32_t>(second - day_number * kSecondsPerDay),
+          .whole = false};
 }
 
 double Date::Fraction(const State& state) noexcept {
@@ -104,17 +104,32 @@ double Date::Fraction(const State& state) noexcept {
   return std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
 }
 
+// A whole state on another day that exists, at the same time of day.
+Date::State Date::OnDay(State state, std::int64_t year, std::int32_t month, std::int32_t day) noexcept {
+  const std::int64_t day_number = DaysFromCivil(year, month, day);
+  state.total_seconds += static_cast<double>((day_number - state.day_number) * kSecondsPerDay);
+  state.day_number = day_number;
+  state.year = static_cast<std::int32_t>(year);
+  state.month = month;
+  state.day = day;
+  return state;
+}
+
 Date::State Date::WithMonth(State state, std::int64_t year, std::int64_t month) noexcept {
-  const std::int64_t carry = FloorDivide(month - 1, 12);
-  const std::int64_t days = DaysFromCivil(year + carry, static_cast<int>(month - carry * 12), state.day);
-  const std::int64_t time = state.hour * 3600 + state.minute * 60 + state.second;
-  return AtSecond(days * kSecondsPerDay + time, Fraction(state));
+  const std::int64_t carry = month >= 1 && month <= 12 ? 0 : FloorDivide(month - 1, 12);
+  year += carry;
+  const auto month_of_year = static_cast<std::int32_t>(month - carry * 12);
+  if (state.whole && year > -kWholeYears && year < kWholeYears &&
+      (state.day <= 28 || state.day <= DaysInMonth(year, month_of_year))) [[likely]] {
+    return OnDay(state, year, month_of_year, state.day);
+  }
+  const std::int64_t days = DaysFromCivil(year, month_of_year, state.day);
+  return AtSecond(days * kSecondsPerDay + state.time, Fraction(state));
 }
 
 Date::State Date::WithDay(State state, std::int32_t day) noexcept {
   const std::int64_t days = state.day_number + day - state.day;
-  const std::int64_t time = state.hour * 3600 + state.minute * 60 + state.second;
-  return AtSecond(days * kSecondsPerDay + time, Fraction(state));
+  return AtSecond(days * kSecondsPerDay + state.time, Fraction(state));
 }
 
 Date::State Date::WithTime(State state, std::int64_t hour, std::int64_t minute,
@@ -124,23 +139,8 @@ Date::State Date::WithTime(State state, std::int64_t hour, std::int64_t minute,
 
 // No fraction survives a write to Second: two moments of one minute, both put to second 0, are equal.
 Date::State Date::WithSecond(State state, std::int32_t second) noexcept {
-  return AtSecond(state.day_number * kSecondsPerDay + state.hour * 3600 + state.minute * 60 +
-                      static_cast<std::int64_t>(second),
+  return AtSecond(state.day_number * kSecondsPerDay + state.time - state.time % 60 + std::int64_t{second},
                   0.0);
-}
-
-void Date::SetTotalSeconds(double value) noexcept { state_ = AtTotal(value); }
-
-void Date::SetYear(std::int32_t value) noexcept {
-  if (value != state_.year || !state_.whole) {
-    state_ = WithMonth(state_, value, state_.month);
-  }
-}
-
-void Date::SetMonth(std::int32_t value) noexcept {
-  if (value != state_.month || !state_.whole) {
-    state_ = WithMonth(state_, state_.year, value);
-  }
 }
 
 std::string Date::LongDate() const {

@@ -42,46 +42,69 @@ class Date final : public Object {
   std::int32_t Year() const noexcept { return state_.year; }
   std::int32_t Month() const noexcept { return state_.month; }
   std::int32_t Day() const noexcept { return state_.day; }
-  std::int32_t Hour() const noexcept { return state_.hour; }
-  std::int32_t Minute() const noexcept { return state_.minute; }
-  std::int32_t Second() const noexcept { return state_.second; }
+  std::int32_t Hour() const noexcept { return state_.time / 3600; }
+  std::int32_t Minute() const noexcept { return state_.time / 60 % 60; }
+  std::int32_t Second() const noexcept { return state_.time % 60; }
   // 1 to 7; 1 is Sunday.
   std::int32_t DayOfWeek() const noexcept { return WeekdayFromDays(state_.day_number); }
 
-  void SetTotalSeconds(double value) noexcept;
-  void SetYear(std::int32_t value) noexcept;
-  void SetMonth(std::int32_t value) noexcept;
-  void SetDay(std::int32_t value) noexcept {
-    if (state_.whole && value >= 1 && (value <= 28 || value <= DaysInMonth(state_.year, state_.month)))
+  void SetTotalSeconds(double value) noexcept {
+    // A moment that is taken over most often lies on the day on which the Date stands already.
+    const double day_start = static_cast<double>(state_.day_number) * static_cast<double>(kSecondsPerDay);
+    if (state_.whole && value >= day_start && value < day_start + static_cast<double>(kSecondsPerDay))
         [[likely]] {
+      const auto second = static_cast<std::int64_t>(value);
+      if (static_cast<double>(second) == value) [[likely]] {
+        state_.time = static_cast<std::int32_t>(second - state_.day_number * kSecondsPerDay);
+        state_.total_seconds = value;
+        return;
+      }
+    }
+    state_ = AtTotal(value);
+  }
+  void SetYear(std::int32_t value) noexcept {
+    if (value != state_.year || !state_.whole) {
+      state_ = WithMonth(state_, value, state_.month);
+    }
+  }
+  void SetMonth(std::int32_t value) noexcept {
+    if (value != state_.month || !state_.whole) {
+      state_ = WithMonth(state_, state_.year, value);
+    }
+  }
+  void SetDay(std::int32_t value) noexcept {
+    const std::int32_t length = value <= 28 ? 28 : DaysInMonth(state_.year, state_.month);
+    if (state_.whole && value >= 1 && value <= length + 1) [[likely]] {
       const std::int32_t step = value - state_.day;
       state_.total_seconds += static_cast<double>(step) * static_cast<double>(kSecondsPerDay);
       state_.day_number += step;
-      state_.day = static_cast<std::int8_t>(value);
+      state_.day = value;
+      if (value > length) {  // the one step over the end of a month that every walk takes
+        state_.day = 1;
+        state_.year += static_cast<std::int32_t>(state_.month == 12);
+        state_.month = state_.month == 12 ? 1 : state_.month + 1;
+      }
     } else {
       state_ = WithDay(state_, value);
     }
   }
   void SetHour(std::int32_t value) noexcept {
     if (state_.whole && value >= 0 && value < 24) [[likely]] {
-      state_.total_seconds += (value - state_.hour) * 3600;
-      state_.hour = static_cast<std::int8_t>(value);
+      AddTime((value - Hour()) * 3600);
     } else {
-      state_ = WithTime(state_, value, state_.minute, state_.second);
+      state_ = WithTime(state_, value, Minute(), Second());
     }
   }
   void SetMinute(std::int32_t value) noexcept {
     if (state_.whole && value >= 0 && value < 60) [[likely]] {
-      state_.total_seconds += (value - state_.minute) * 60;
-      state_.minute = static_cast<std::int8_t>(value);
+      AddTime((value - Minute()) * 60);
     } else {
-      state_ = WithTime(state_, state_.hour, value, state_.second);
+      state_ = WithTime(state_, Hour(), value, Second());
     }
   }
   void SetSecond(std::int32_t value) noexcept {
     if (state_.whole && value >= 0 && value < 60) [[likely]] {
-      state_.total_seconds += value - state_.second;
-      state_.second = static_cast<std::int8_t>(value);
+      AddTime(value - Second());
     } else {
       state_ = WithSecond(state_, value);
     }
@@ -99,15 +122,24 @@ class Date final : public Object {
     double total_seconds;
     std::int64_t day_number;  // days since 1 January 1904
     std::int32_t year;
-    std::int8_t month, day, hour, minute, second;
+    std::int32_t month;
+    std::int32_t day;
+    std::int32_t time;  // of day, in seconds
     bool whole;
   };
+
+  // Within the day.
+  void AddTime(std::int32_t seconds) noexcept {
+    state_.total_seconds += seconds;
+    state_.time += seconds;
+  }
 
   // The rare ways through an assignment. They work on values and return one, so that a Date in a
   // tight loop can be kept in registers.
   static const State& Present() noexcept;
   static State AtTotal(double total_seconds) noexcept;
   static State AtSecond(std::int64_t second, double fraction) noexcept;
+  static State OnDay(State state, std::int64_t year, std::int32_t month, std::int32_t day) noexcept;
   static State WithMonth(State state, std::int64_t year, std::int64_t month) noexcept;
   static State WithDay(State state, std::int32_t day) noexcept;
   static State WithTime(State state, std::int64_t hour, std::int64_t minute, std::int64_t second) noexcept;
