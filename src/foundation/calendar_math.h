@@ -30,6 +30,12 @@ constexpr int DaysInMonth(std::int64_t year, int month) noexcept {
   return 30 + ((month ^ (month >> 3)) & 1);  // The long months alternate, and begin anew in August.
 }
 
+// How many days of the year lie before month 1 to 12.
+constexpr int DaysBeforeMonth(std::int64_t year, int month) noexcept {
+  const int after_february = IsLeapYear(year) ? -1 : -2;
+  return (367 * month - 362) / 12 + (month > 2 ? after_february : 0);
+}
+
 constexpr std::int64_t FloorDivide(std::int64_t dividend, std::int64_t divisor) noexcept {
   const std::int64_t quotient = dividend / divisor;
   return quotient - static_cast<std::int64_t>(dividend % divisor < 0);
@@ -71,6 +77,7 @@ constexpr int WeekdayFromDays(std::int64_t days) noexcept {
   return static_cast<int>(static_cast<std::uint64_t>(days + 5 + kWholeWeeks) % 7) + 1;
 }
 
+static_assert(DaysBeforeMonth(2027, 12) == 334 && DaysBeforeMonth(2028, 3) == 60);
 static_assert(DaysFromCivil(1904, 1, 1) == 0 && DaysFromCivil(1970, 1, 1) == kDaysTo1970);
 
 }  // namespace tollmere

@@ -90,25 +90,23 @@ Date::State Date::AtTotal(double total_seconds) noexcept {
   }
   const std::int64_t day_number = FloorDivide(second, kSecondsPerDay);
   const CivilDate civil = CivilFromDays(day_number);
-  return {.total_seconds = total_seconds,
-          .day_number = day_number,
+  return {.day_number = day_number,
           .year = static_cast<std::int32_t>(civil.year),
           .month = civil.month,
           .day = civil.day,
           .time = static_cast<std::int32_t>(second - day_number * kSecondsPerDay),
-          .whole = false};
+          .whole = false,
+          .total_seconds = total_seconds};
 }
 
 double Date::Fraction(const State& state) noexcept {
   const double total = state.total_seconds;
-  return std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
+  return !state.whole && std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
 }
 
 // A whole state on another day that exists, at the same time of day.
 Date::State Date::OnDay(State state, std::int64_t year, std::int32_t month, std::int32_t day) noexcept {
-  const std::int64_t day_number = DaysFromCivil(year, month, day);
-  state.total_seconds += static_cast<double>((day_number - state.day_number) * kSecondsPerDay);
-  state.day_number = day_number;
+  state.day_number = DaysFromCivil(year, month, day);
   state.year = static_cast<std::int32_t>(year);
   state.month = month;
   state.day = day;
@@ -162,10 +160,10 @@ std::string Date::LongTime() const {
   return std::string(text, std::strftime(text, sizeof text, "%X", &fields));
 }
 
-Ref<Date> CopyOf(const Date& date) {
-  Ref<Date> copy = New<Date>();
-  copy->SetTotalSeconds(date.TotalSeconds());
-  return copy;
+Ref<Date> DateAt(double total_seconds) {
+  Ref<Date> date = New<Date>();
+  date->SetTotalSeconds(total_seconds);
+  return date;
 }
 
 }  // namespace tollmere

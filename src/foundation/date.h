@@ -38,7 +38,10 @@ class Date final : public Object {
   // The present moment by the clock and the zone of the machine, in whole seconds.
   Date() noexcept : state_(Present()) {}
 
-  double TotalSeconds() const noexcept { return state_.total_seconds; }
+  double TotalSeconds() const noexcept {
+    return state_.whole ? static_cast<double>(state_.day_number * kSecondsPerDay + state_.time)
+                        : state_.total_seconds;
+  }
   std::int32_t Year() const noexcept { return state_.year; }
   std::int32_t Month() const noexcept { return state_.month; }
   std::int32_t Day() const noexcept { return state_.day; }
@@ -50,13 +53,11 @@ class Date final : public Object {
 
   void SetTotalSeconds(double value) noexcept {
     // A moment that is taken over most often lies on the day on which the Date stands already.
-    const double day_start = static_cast<double>(state_.day_number) * static_cast<double>(kSecondsPerDay);
-    if (state_.whole && value >= day_start && value < day_start + static_cast<double>(kSecondsPerDay))
-        [[likely]] {
+    const double time = value - static_cast<double>(state_.day_number * kSecondsPerDay);
+    if (state_.whole && time >= 0.0 && time < static_cast<double>(kSecondsPerDay)) [[likely]] {
       const auto second = static_cast<std::int64_t>(value);
       if (static_cast<double>(second) == value) [[likely]] {
         state_.time = static_cast<std::int32_t>(second - state_.day_number * kSecondsPerDay);
-        state_.total_seconds = value;
         return;
       }
     }
@@ -68,43 +69,44 @@ class Date final : public Object {
     }
   }
   void SetMonth(std::int32_t value) noexcept {
-    if (value != state_.month || !state_.whole) {
+    if (state_.whole && value >= 1 && value <= 12 && state_.day <= 28) [[likely]] {
+      state_.day_number += DaysBeforeMonth(state_.year, value) - DaysBeforeMonth(state_.year, state_.month);
+      state_.month = value;
+    } else {
       state_ = WithMonth(state_, state_.year, value);
     }
   }
   void SetDay(std::int32_t value) noexcept {
     const std::int32_t length = value <= 28 ? 28 : DaysInMonth(state_.year, state_.month);
-    if (state_.whole && value >= 1 && value <= length + 1) [[likely]] {
-      const std::int32_t step = value - state_.day;
-      state_.total_seconds += static_cast<double>(step) * static_cast<double>(kSecondsPerDay);
-      state_.day_number += step;
+    if (state_.whole && value >= 1 && value <= length) [[likely]] {
+      state_.day_number += value - state_.day;
       state_.day = value;
-      if (value > length) {  // the one step over the end of a month that every walk takes
-        state_.day = 1;
-        state_.year += static_cast<std::int32_t>(state_.month == 12);
-        state_.month = state_.month == 12 ? 1 : state_.month + 1;
-      }
+    } else if (state_.whole && value == length + 1 && state_.month < 12) {
+      // The step over the end of a month that every walk takes.
+      state_.day_number += value - state_.day;
+      state_.day = 1;
+      ++state_.month;
     } else {
       state_ = WithDay(state_, value);
     }
   }
   void SetHour(std::int32_t value) noexcept {
     if (state_.whole && value >= 0 && value < 24) [[likely]] {
-      AddTime((value - Hour()) * 3600);
+      state_.time += (value - Hour()) * 3600;
     } else {
       state_ = WithTime(state_, value, Minute(), Second());
     }
   }
   void SetMinute(std::int32_t value) noexcept {
     if (state_.whole && value >= 0 && value < 60) [[likely]] {
-      AddTime((value - Minute()) * 60);
+      state_.time += (value - Minute()) * 60;
     } else {
       state_ = WithTime(state_, Hour(), value, Second());
     }
   }
   void SetSecond(std::int32_t value) noexcept {
     if (state_.whole && value >= 0 && value < 60) [[likely]] {
-      AddTime(value - Second());
+      state_.time += value - Second();
     } else {
       state_ = WithSecond(state_, value);
     }
@@ -116,23 +118,18 @@ class Date final : public Object {
   std::string LongTime() const;
 
  private:
-  // Both views of the moment, always in step. `whole` says that total_seconds is a whole number well
-  // within the exact range, so that small steps may simply be added to it.
+  // `whole` says that the moment is a whole second well within the exact range: TotalSeconds then follows
+  // from the day and the time of day, and small steps may simply be added to these. Every other moment
+  // has its TotalSeconds beside them.
   struct State {
-    double total_seconds;
     std::int64_t day_number;  // days since 1 January 1904
     std::int32_t year;
     std::int32_t month;
     std::int32_t day;
     std::int32_t time;  // of day, in seconds
     bool whole;
+    double total_seconds;  // where `whole` is false
   };
-
-  // Within the day.
-  void AddTime(std::int32_t seconds) noexcept {
-    state_.total_seconds += seconds;
-    state_.time += seconds;
-  }
 
   // The rare ways through an assignment. They work on values and return one, so that a Date in a
   // tight loop can be kept in registers.
@@ -149,7 +146,9 @@ class Date final : public Object {
   State state_;
 };
 
+// A new Date on that moment.
+Ref<Date> DateAt(double total_seconds);
 // A Date of its own on the same moment.
-Ref<Date> CopyOf(const Date& date);
+inline Ref<Date> CopyOf(const Date& date) { return DateAt(date.TotalSeconds()); }
 
 }  // namespace tollmere

@@ -59,12 +59,12 @@ void Reload() {
 }
 
 std::vector<Ref<Date>> Exclusions_Get() {
-  std::vector<Ref<Date>> days;
   const std::string text = CorePreferencesModified::GetPrefsStrValue("Exclusions", false);
-  for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(text, ",")) {
-    Ref<Date> day = New<Date>();
-    day->SetTotalSeconds(seconds);
-    days.push_back(std::move(day));
+  const std::vector<double> moments = GlobalMethods::SplitDoubleArrayZDN(text, ",");
+  std::vector<Ref<Date>> days;
+  days.reserve(moments.size());
+  for (const double seconds : moments) {
+    days.push_back(DateAt(seconds));
   }
   return days;
 }

@@ -73,9 +73,7 @@ void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   DateYear = LookupInt32(*d, "DateYear", now.Year());
   SetEnabled(LookupBoolean(*d, "Enabled", true));
   for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(LookupString(*d, "Exclusions"), ",")) {
-    Ref<Date> day = New<Date>();
-    day->SetTotalSeconds(seconds);
-    Exclusions.push_back(std::move(day));
+    Exclusions.push_back(DateAt(seconds));
     Yield();
   }
   Hour = LookupInt32(*d, "Hour", now.Hour());
@@ -85,8 +83,7 @@ void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   IsPreset = LookupBoolean(*d, "IsPreset", false);
   // Behind Enabled, whose setter may have cleared the field.
   if (d->HasKey("LastRungDateTime")) {
-    LastRungDateTime = New<Date>();
-    LastRungDateTime->SetTotalSeconds(VariantToDouble(d->Value("LastRungDateTime")));
+    LastRungDateTime = DateAt(VariantToDouble(d->Value("LastRungDateTime")));
   }
   Minute = LookupInt32(*d, "Minute", now.Minute());
   Name = LookupString(*d, "Name");
