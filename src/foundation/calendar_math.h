@@ -58,17 +58,21 @@ constexpr std::int64_t DaysFromCivil(std::int64_t year, int month, std::int64_t 
   return era * kDaysPerEra + day_of_era + (day - 1) - kDaysFromYear0March1;
 }
 
+// For the days of every 32-bit year. Each division is by a constant, as a multiplication by its reciprocal
+// with a shift: a fraction of a year, and of a month, then stands in the low bits.
 constexpr CivilDate CivilFromDays(std::int64_t days) noexcept {
-  const std::int64_t shifted = days + kDaysFromYear0March1;
-  const std::int64_t era = FloorDivide(shifted, kDaysPerEra);
-  const auto day_of_era = static_cast<std::uint32_t>(shifted - era * kDaysPerEra);
-  const std::uint32_t year_of_era =
-      (day_of_era - day_of_era / 1460 + day_of_era / 36'524 - day_of_era / 146'096) / 365;
-  const std::uint32_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-  const std::uint32_t month_from_march = (5 * day_of_year + 2) / 153;
-  const int day = static_cast<int>(day_of_year - (153 * month_from_march + 2) / 5 + 1);
-  const int month = static_cast<int>(month_from_march < 10 ? month_from_march + 3 : month_from_march - 9);
-  return {year_of_era + era * 400 + static_cast<std::int64_t>(month <= 2), month, day};
+  constexpr std::int64_t kEras = 5'500'000;  // makes every such day positive
+  const auto shifted = static_cast<std::uint64_t>(days + kDaysFromYear0March1 + kEras * kDaysPerEra) * 4 + 3;
+  const std::uint64_t century = shifted / kDaysPerEra;
+  const std::uint64_t quarter_day_of_century = (shifted % kDaysPerEra) | 3U;
+  constexpr std::uint64_t kReciprocalOfYear = 2'939'745;  // 2^32 / 1461, rounded up
+  const std::uint64_t years = kReciprocalOfYear * quarter_day_of_century;
+  const auto day_of_year = static_cast<std::uint32_t>((years & 0xFFFF'FFFFU) / kReciprocalOfYear / 4);
+  const std::uint32_t months = 2141 * day_of_year + 197'913;  // 2^16 / 2141 is a month's mean length
+  const bool next_year = day_of_year >= 306;                  // January and February
+  const auto year = static_cast<std::int64_t>(century * 100 + (years >> 32U)) - kEras * 400;
+  return {year + static_cast<std::int64_t>(next_year), static_cast<int>(months >> 16U) - (next_year ? 12 : 0),
+          static_cast<int>((months & 0xFFFFU) / 2141) + 1};
 }
 
 // 1 to 7, 1 being Sunday. 1 January 1904 was a Friday. For the days of every 32-bit year.

@@ -2,7 +2,6 @@
 
 #include <langinfo.h>
 
-#include <cmath>
 #include <ctime>
 #include <limits>
 
@@ -15,7 +14,6 @@ namespace {
 // Steps of a field may be added to TotalSeconds without a look at rounding up to here. Half of the
 // exact range leaves room for every step that is taken before the next full look.
 constexpr double kWholeLimit = 4'503'599'627'370'496.0;  // 2^52
-constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
 
 // Years that lie within that range, either way.
 constexpr std::int64_t kWholeYears = 100'000'000;

@@ -1,6 +1,7 @@
 // A mutable calendar moment whose fields roll over at once.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 
@@ -42,6 +43,10 @@ class Date final : public Object {
     return state_.whole ? static_cast<double>(state_.day_number * kSecondsPerDay + state_.time)
                         : state_.total_seconds;
   }
+  // TotalSeconds rounded down to a whole number.
+  double WholeSeconds() const noexcept {
+    return state_.whole ? TotalSeconds() : std::floor(state_.total_seconds);
+  }
   std::int32_t Year() const noexcept { return state_.year; }
   std::int32_t Month() const noexcept { return state_.month; }
   std::int32_t Day() const noexcept { return state_.day; }
@@ -53,11 +58,11 @@ class Date final : public Object {
 
   void SetTotalSeconds(double value) noexcept {
     // A moment that is taken over most often lies on the day on which the Date stands already.
-    const double time = value - static_cast<double>(state_.day_number * kSecondsPerDay);
-    if (state_.whole && time >= 0.0 && time < static_cast<double>(kSecondsPerDay)) [[likely]] {
+    if (state_.whole && value > -kExactLimit && value < kExactLimit) [[likely]] {
       const auto second = static_cast<std::int64_t>(value);
-      if (static_cast<double>(second) == value) [[likely]] {
-        state_.time = static_cast<std::int32_t>(second - state_.day_number * kSecondsPerDay);
+      const std::int64_t time = second - state_.day_number * kSecondsPerDay;
+      if (time >= 0 && time < kSecondsPerDay && static_cast<double>(second) == value) [[likely]] {
+        state_.time = static_cast<std::int32_t>(time);
         return;
       }
     }
@@ -77,8 +82,10 @@ class Date final : public Object {
     }
   }
   void SetDay(std::int32_t value) noexcept {
-    const std::int32_t length = value <= 28 ? 28 : DaysInMonth(state_.year, state_.month);
-    if (state_.whole && value >= 1 && value <= length) [[likely]] {
+    // Every month has 28 days; only behind them does it matter which month this is.
+    const bool in_every_month = static_cast<std::uint32_t>(value) - 1U < 28U;
+    const std::int32_t length = in_every_month ? 28 : DaysInMonth(state_.year, state_.month);
+    if (state_.whole && (in_every_month || (value >= 1 && value <= length))) [[likely]] {
       state_.day_number += value - state_.day;
       state_.day = value;
     } else if (state_.whole && value == length + 1 && state_.month < 12) {
@@ -130,6 +137,8 @@ class Date final : public Object {
     bool whole;
     double total_seconds;  // where `whole` is false
   };
+
+  static constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
 
   // The rare ways through an assignment. They work on values and return one, so that a Date in a
   // tight loop can be kept in registers.
