@@ -66,7 +66,8 @@ Date::State Date::AtSecond(std::int64_t second, double fraction) noexcept {
   state.year = static_cast<std::int32_t>(civil.year);
   state.month = civil.month;
   state.day = civil.day;
-  state.whole = fraction == 0.0 && std::fabs(state.total_seconds) < kWholeLimit;
+  const bool whole = fraction == 0.0 && std::fabs(state.total_seconds) < kWholeLimit;
+  state.plain_days = whole ? kPlainDays : 0;
   return state;
 }
 
@@ -93,13 +94,13 @@ Date::State Date::AtTotal(double total_seconds) noexcept {
           .month = civil.month,
           .day = civil.day,
           .time = static_cast<std::int32_t>(second - day_number * kSecondsPerDay),
-          .whole = false,
+          .plain_days = 0,
           .total_seconds = total_seconds};
 }
 
 double Date::Fraction(const State& state) noexcept {
   const double total = state.total_seconds;
-  return !state.whole && std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
+  return state.plain_days == 0 && std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
 }
 
 // A whole state on another day that exists, at the same time of day.
@@ -115,7 +116,7 @@ Date::State Date::WithMonth(State state, std::int64_t year, std::int64_t month) 
   const std::int64_t carry = month >= 1 && month <= 12 ? 0 : FloorDivide(month - 1, 12);
   year += carry;
   const auto month_of_year = static_cast<std::int32_t>(month - carry * 12);
-  if (state.whole && year > -kWholeYears && year < kWholeYears &&
+  if (state.plain_days != 0 && year > -kWholeYears && year < kWholeYears &&
       (state.day <= 28 || state.day <= DaysInMonth(year, month_of_year))) [[likely]] {
     return OnDay(state, year, month_of_year, state.day);
   }

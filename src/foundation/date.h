@@ -40,12 +40,12 @@ class Date final : public Object {
   Date() noexcept : state_(Present()) {}
 
   double TotalSeconds() const noexcept {
-    return state_.whole ? static_cast<double>(state_.day_number * kSecondsPerDay + state_.time)
-                        : state_.total_seconds;
+    return IsWhole() ? static_cast<double>(state_.day_number * kSecondsPerDay + state_.time)
+                     : state_.total_seconds;
   }
   // TotalSeconds rounded down to a whole number.
   double WholeSeconds() const noexcept {
-    return state_.whole ? TotalSeconds() : std::floor(state_.total_seconds);
+    return IsWhole() ? TotalSeconds() : std::floor(state_.total_seconds);
   }
   std::int32_t Year() const noexcept { return state_.year; }
   std::int32_t Month() const noexcept { return state_.month; }
@@ -58,7 +58,7 @@ class Date final : public Object {
 
   void SetTotalSeconds(double value) noexcept {
     // A moment that is taken over most often lies on the day on which the Date stands already.
-    if (state_.whole && value > -kExactLimit && value < kExactLimit) [[likely]] {
+    if (IsWhole() && value > -kExactLimit && value < kExactLimit) [[likely]] {
       const auto second = static_cast<std::int64_t>(value);
       const std::int64_t time = second - state_.day_number * kSecondsPerDay;
       if (time >= 0 && time < kSecondsPerDay && static_cast<double>(second) == value) [[likely]] {
@@ -69,12 +69,12 @@ class Date final : public Object {
     state_ = AtTotal(value);
   }
   void SetYear(std::int32_t value) noexcept {
-    if (value != state_.year || !state_.whole) {
+    if (value != state_.year || !IsWhole()) {
       state_ = WithMonth(state_, value, state_.month);
     }
   }
   void SetMonth(std::int32_t value) noexcept {
-    if (state_.whole && value >= 1 && value <= 12 && state_.day <= 28) [[likely]] {
+    if (IsWhole() && value >= 1 && value <= 12 && state_.day <= 28) [[likely]] {
       state_.day_number += DaysBeforeMonth(state_.year, value) - DaysBeforeMonth(state_.year, state_.month);
       state_.month = value;
     } else {
@@ -82,13 +82,16 @@ class Date final : public Object {
     }
   }
   void SetDay(std::int32_t value) noexcept {
-    // Every month has 28 days; only behind them does it matter which month this is.
-    const bool in_every_month = static_cast<std::uint32_t>(value) - 1U < 28U;
-    const std::int32_t length = in_every_month ? 28 : DaysInMonth(state_.year, state_.month);
-    if (state_.whole && (in_every_month || (value >= 1 && value <= length))) [[likely]] {
+    if (value >= 1 && value <= state_.plain_days) [[likely]] {
       state_.day_number += value - state_.day;
       state_.day = value;
-    } else if (state_.whole && value == length + 1 && state_.month < 12) {
+      return;
+    }
+    const std::int32_t length = DaysInMonth(state_.year, state_.month);
+    if (IsWhole() && value >= 1 && value <= length) {
+      state_.day_number += value - state_.day;
+      state_.day = value;
+    } else if (IsWhole() && value == length + 1 && state_.month < 12) {
       // The step over the end of a month that every walk takes.
       state_.day_number += value - state_.day;
       state_.day = 1;
@@ -98,21 +101,21 @@ class Date final : public Object {
     }
   }
   void SetHour(std::int32_t value) noexcept {
-    if (state_.whole && value >= 0 && value < 24) [[likely]] {
+    if (IsWhole() && value >= 0 && value < 24) [[likely]] {
       state_.time += (value - Hour()) * 3600;
     } else {
       state_ = WithTime(state_, value, Minute(), Second());
     }
   }
   void SetMinute(std::int32_t value) noexcept {
-    if (state_.whole && value >= 0 && value < 60) [[likely]] {
+    if (IsWhole() && value >= 0 && value < 60) [[likely]] {
       state_.time += (value - Minute()) * 60;
     } else {
       state_ = WithTime(state_, Hour(), value, Second());
     }
   }
   void SetSecond(std::int32_t value) noexcept {
-    if (state_.whole && value >= 0 && value < 60) [[likely]] {
+    if (IsWhole() && value >= 0 && value < 60) [[likely]] {
       state_.time += value - Second();
     } else {
       state_ = WithSecond(state_, value);
@@ -125,18 +128,21 @@ class Date final : public Object {
   std::string LongTime() const;
 
  private:
-  // `whole` says that the moment is a whole second well within the exact range: TotalSeconds then follows
-  // from the day and the time of day, and small steps may simply be added to these. Every other moment
-  // has its TotalSeconds beside them.
+  // A moment is whole when it is a whole second well within the exact range: TotalSeconds then follows from
+  // the day and the time of day, and small steps may simply be added to these. Every other moment has
+  // its TotalSeconds beside them.
   struct State {
     std::int64_t day_number;  // days since 1 January 1904
     std::int32_t year;
     std::int32_t month;
     std::int32_t day;
-    std::int32_t time;  // of day, in seconds
-    bool whole;
-    double total_seconds;  // where `whole` is false
+    std::int32_t time;        // of day, in seconds
+    std::int32_t plain_days;  // the days that every month has, up to 28; 0 where the moment is not whole
+    double total_seconds;     // where the moment is not whole
   };
+  static constexpr std::int32_t kPlainDays = 28;
+
+  bool IsWhole() const noexcept { return state_.plain_days != 0; }
 
   static constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
 
