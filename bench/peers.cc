@@ -80,21 +80,36 @@ void LimitStepFields(benchmark::State& state) {
 }
 BENCHMARK(LimitStepFields)->Name("Limit/StepFields");
 
-// Day after day, up to one on which month and day are those wanted, or for ten years.
-int DaysUntil(int wanted_month, int wanted_day) {
+constexpr int kAnyField = -1;
+
+struct WantedDate {
+  int year, month, day;  // or kAnyField
+};
+
+// A date alarm's walk with everything in registers: for ten years, or up to a day that has what is wanted,
+// each day with its tests against the end and the beginning and for the three fields.
+int DaysUntil(WantedDate wanted, std::int64_t begin) {
+  constexpr std::int64_t kSecondsPerDay = 86'400;
+  const std::int64_t end = begin + kWalkedDays * kSecondsPerDay;
   RegisterDate date = kBenchDay;
-  int days = 0;
-  while (days < kWalkedDays && (date.month != wanted_month || date.day != wanted_day)) {
-    StepForward(date);
-    ++days;
+  std::int64_t second = begin;
+  for (int days = 0;; ++days, StepForward(date), second += kSecondsPerDay) {
+    if (second >= end) {
+      return days;
+    }
+    if (second < begin || (wanted.year != kAnyField && wanted.year != date.year) ||
+        (wanted.month != kAnyField && wanted.month != date.month) ||
+        (wanted.day != kAnyField && wanted.day != date.day)) {
+      continue;
+    }
+    return days;
   }
-  return days;
 }
 
 void LimitWalkUntil(benchmark::State& state, int month, int day) {
   int days = 0;
   for (auto _ : state) {
-    days = DaysUntil(Opaque(month), Opaque(day));
+    days = DaysUntil({Opaque(kAnyField), Opaque(month), Opaque(day)}, Opaque(std::int64_t{0}));
     Use(days);
   }
   SetPieces(state, days);
