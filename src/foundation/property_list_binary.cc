@@ -194,8 +194,9 @@ class BinaryReader {
   std::uint64_t Number(std::size_t at, std::size_t size) const {
     Require(at <= bytes_.size() && size <= bytes_.size() - at);
     std::uint64_t value = 0;
-    for (const char byte : bytes_.substr(at, size)) {
-      value = value << 8U | static_cast<unsigned char>(byte);
+    const char* const first = bytes_.data() + at;
+    for (std::size_t i = 0; i < size; ++i) {
+      value = value << 8U | static_cast<unsigned char>(first[i]);
     }
     return value;
   }

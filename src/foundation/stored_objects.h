@@ -138,16 +138,19 @@ class CFDictionaryListMBS final : public Object {
   const std::vector<Entry> entries_;
 };
 
-class CFDictionaryMBS final : public CFObjectMBS {
+class CFDictionaryMBS final : public CFObjectMBS, public std::enable_shared_from_this<CFDictionaryMBS> {
  public:
   static constexpr TypeId kKind = TypeId::kDictionary;
 
   explicit CFDictionaryMBS(std::vector<CFDictionaryListMBS::Entry> entries)
-      : CFObjectMBS(TypeId::kDictionary), list_(New<CFDictionaryListMBS>(std::move(entries))) {}
-  const Ref<CFDictionaryListMBS>& List() const noexcept { return list_; }
+      : CFObjectMBS(TypeId::kDictionary), list_(std::move(entries)) {}
+  // Lives within the dictionary and holds on to it.
+  Ref<CFDictionaryListMBS> List() const {
+    return Ref<CFDictionaryListMBS>(std::shared_ptr<CFDictionaryListMBS>(shared_from_this(), &list_));
+  }
 
  private:
-  const Ref<CFDictionaryListMBS> list_;
+  mutable CFDictionaryListMBS list_;  // which nothing can change
 };
 
 }  // namespace tollmere
