@@ -123,7 +123,7 @@ std::string ParseData(std::string_view text) {
     Require(digit != std::string_view::npos && !padded);
     bits = bits << 6U | static_cast<std::uint32_t>(digit);
     if (++digits % 4 != 1) {
-      bytes.push_back(static_cast<char>(bits >> (6U - digits % 4 * 2U) % 8U & 0xFFU));
+      bytes.push_back(static_cast<char>(bits >> (8U - digits % 4 * 2U) % 8U & 0xFFU));
     }
   }
   Require(digits % 4 != 1);
@@ -486,6 +486,9 @@ class XmlWriter {
         break;
       case '&':
         text_ += "&amp;";
+        break;
+      case '\r':
+        text_ += "&#13;";  // As it stands it would be read as a line feed.
         break;
       case '\0':
         AppendUtf8(kReplacementCharacter, text_);  // XML has no way to write it.
