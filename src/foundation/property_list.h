@@ -23,7 +23,8 @@ inline constexpr std::size_t kMaxPropertyListObjects = 1'000'000;
 //
 // XML comes in UTF-8, or in UTF-16 where the first bytes show it. Of entities only the five predefined
 // ones and character references are known; others make the list malformed. In a binary list a
-// malformed text is repaired with U+FFFD.
+// malformed text is repaired with U+FFFD; objects may lie over one another only as far as their texts and
+// data together are no longer than the file.
 Ref<CFObjectMBS> ParsePropertyList(std::string_view bytes);
 
 // The object as a property list in XML. At least `at_most` bytes of it, if it has as many.

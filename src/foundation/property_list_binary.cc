@@ -160,10 +160,12 @@ class BinaryReader {
 
   // How many items a container with `references` references to each has, once it is sure that they
   // are there and that its depth is within the limit.
-  std::size_t CountOfReferences(Body body, std::size_t references, std::size_t depth) const {
+  std::size_t CountOfReferences(Body body, std::size_t references, std::size_t depth) {
     Require(depth < kMaxPropertyListDepth);
     Require(body.count <= (bytes_.size() - body.at) / (reference_size_ * references));
-    Require(body.count <= kMaxPropertyListObjects);
+    // A walk meets each of them at least once, so no list within the limit has more in all its containers.
+    Require(body.count * references <= references_left_);
+    references_left_ -= static_cast<std::size_t>(body.count) * references;
     return static_cast<std::size_t>(body.count);
   }
 
@@ -179,9 +181,13 @@ class BinaryReader {
     return {at + 2 + size, Number(at + 2, size)};
   }
 
-  std::string_view Content(Body body, std::size_t unit_size) const {
+  std::string_view Content(Body body, std::size_t unit_size) {
     Require(body.at <= bytes_.size() && body.count <= (bytes_.size() - body.at) / unit_size);
-    return bytes_.substr(body.at, static_cast<std::size_t>(body.count) * unit_size);
+    const std::string_view content = bytes_.substr(body.at, static_cast<std::size_t>(body.count) * unit_size);
+    // Objects that lie over one another could each have the length of the whole file.
+    Require(content.size() <= content_left_);
+    content_left_ -= content.size();
+    return content;
   }
 
   std::size_t Offset(std::size_t index) const {
@@ -241,6 +247,8 @@ class BinaryReader {
   }
 
   std::string_view bytes_;
+  std::size_t content_left_ = bytes_.size();  // bytes of text and data that may still be read
+  std::size_t references_left_ = kMaxPropertyListObjects;
   std::size_t offset_size_ = 0;
   std::size_t reference_size_ = 0;
   std::size_t table_ = 0;
