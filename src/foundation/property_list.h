@@ -19,7 +19,7 @@ inline constexpr std::size_t kMaxPropertyListObjects = 1'000'000;
 
 // The object that `bytes` hold as an XML or a binary property list, which is told by their content;
 // Nil when they are no well-formed property list of either kind or go over a limit. Every input has
-// one of these outcomes, in memory and time proportional to its size.
+// one of these outcomes, in memory and time proportional to its size. Throws EndOfProcess, as Yield does.
 //
 // XML comes in UTF-8, or in UTF-16 where the first bytes show it. Of entities only the five predefined
 // ones and character references are known; others make the list malformed. In a binary list a

@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "foundation/event_loop.h"
 #include "foundation/property_list.h"
 #include "foundation/property_list_formats.h"
 #include "foundation/unicode.h"
@@ -62,6 +63,7 @@ class BinaryReader {
       node.being_read = true;
       ReadObject(node, Offset(index), depth);
       node.being_read = false;
+      Yield();
     }
     Require(depth + node.height <= kMaxPropertyListDepth);
     return node;

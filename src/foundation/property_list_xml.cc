@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "foundation/calendar_math.h"
+#include "foundation/event_loop.h"
 #include "foundation/property_list.h"
 #include "foundation/property_list_formats.h"
 #include "foundation/text.h"
@@ -286,7 +287,10 @@ class XmlReader {
     }
   }
 
-  void Count() { Require(++count_ <= kMaxPropertyListObjects); }
+  void Count() {
+    Require(++count_ <= kMaxPropertyListObjects);
+    Yield();
+  }
 
   Ref<CFObjectMBS> ReadObject(const Tag& tag, std::size_t depth) {
     Require(tag.kind != Tag::kClose);

@@ -65,6 +65,7 @@ std::vector<Ref<Date>> Exclusions_Get() {
     Ref<Date> day = New<Date>();
     day->SetTotalSeconds(seconds);
     days.push_back(std::move(day));
+    Yield();
   }
   return days;
 }
