@@ -74,7 +74,7 @@ class Patience {
   Patience& operator=(const Patience&) = delete;
 
  private:
-  static constexpr long kNanoseconds = 5'000'000;
+  static constexpr long kNanoseconds = 2'000'000;
 
   static timer_t MakeTimer() {
     struct sigaction action {};
