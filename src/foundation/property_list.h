@@ -14,7 +14,8 @@ inline constexpr std::size_t kMaxPropertyListBytes = 16 * 1024 * 1024;
 // Arrays and dictionaries within one another.
 inline constexpr std::size_t kMaxPropertyListDepth = 512;
 // Objects, keys included, as a walk through the whole list meets them: an object that a binary list
-// refers to twice counts twice, with all that is in it.
+// refers to twice counts twice, with all that is in it. Their texts and data, counted alike, are no longer
+// than a file may be.
 inline constexpr std::size_t kMaxPropertyListObjects = 1'000'000;
 
 // The object that `bytes` hold as an XML or a binary property list, which is told by their content;

@@ -29,6 +29,7 @@ class BinaryReader {
   struct Node {
     Ref<CFObjectMBS> object;
     std::uint32_t walk_count = 0;  // objects that a walk through it meets, itself included
+    std::uint32_t walk_bytes = 0;  // of text and data in them, as long as they are in the file
     std::uint16_t height = 0;      // containers within one another, from this one down
     bool being_read = false;
   };
@@ -92,13 +93,14 @@ class BinaryReader {
         node.object = New<CFDateMBS>(Real(at + 1, 8));
         break;
       case 0x4:
-        node.object = New<CFBinaryDataMBS>(std::string(Content(BodyOf(at, low), 1)));
+        node.object = New<CFBinaryDataMBS>(std::string(Content(node, BodyOf(at, low), 1)));
         break;
       case 0x5:
-        node.object = New<CFStringMBS>(Ascii(Content(BodyOf(at, low), 1)));
+        node.object = New<CFStringMBS>(Ascii(Content(node, BodyOf(at, low), 1)));
         break;
       case 0x6:
-        node.object = New<CFStringMBS>(Utf8FromUtf16(Content(BodyOf(at, low), 2), ByteOrder::kBigEndian));
+        node.object =
+            New<CFStringMBS>(Utf8FromUtf16(Content(node, BodyOf(at, low), 2), ByteOrder::kBigEndian));
         break;
       case 0x8:
         ReadUid(node, at, low + 1);
@@ -156,6 +158,8 @@ class BinaryReader {
     const Node& part = Read(static_cast<std::size_t>(index), depth + 1);
     container.walk_count += part.walk_count;  // Both are at most a million.
     Require(container.walk_count <= kMaxPropertyListObjects);
+    container.walk_bytes += part.walk_bytes;  // Both are at most 16 MiB.
+    Require(container.walk_bytes <= kMaxPropertyListBytes);
     container.height = std::max<std::uint16_t>(container.height, part.height + 1);
     return part.object;
   }
@@ -183,12 +187,13 @@ class BinaryReader {
     return {at + 2 + size, Number(at + 2, size)};
   }
 
-  std::string_view Content(Body body, std::size_t unit_size) {
+  std::string_view Content(Node& node, Body body, std::size_t unit_size) {
     Require(body.at <= bytes_.size() && body.count <= (bytes_.size() - body.at) / unit_size);
     const std::string_view content = bytes_.substr(body.at, static_cast<std::size_t>(body.count) * unit_size);
     // Objects that lie over one another could each have the length of the whole file.
     Require(content.size() <= content_left_);
     content_left_ -= content.size();
+    node.walk_bytes = static_cast<std::uint32_t>(content.size());
     return content;
   }
 

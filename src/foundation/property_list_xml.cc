@@ -59,6 +59,7 @@ double ParseInteger(std::string_view text) {
     // Digits of any number: what 64 bits do not hold is the nearest double, as for every integer.
     Require(!text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos);
     magnitude = Val(text);
+    Require(std::isfinite(magnitude));
   }
   return negative ? -magnitude : magnitude;
 }
