@@ -16,7 +16,7 @@ namespace {
 
 // A binary list of a few bytes can unfold to a million objects. What is longer than this as XML is written as
 // far as this and not read back.
-constexpr std::size_t kMostXml = 64 * 1024;
+constexpr std::size_t kMostXml = 8 * 1024;
 
 void Expect(bool holds, const char* what) {
   if (!holds) {
