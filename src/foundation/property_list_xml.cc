@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "foundation/calendar_math.h"
+#include "foundation/event_loop.h"
 #include "foundation/property_list.h"
 #include "foundation/property_list_formats.h"
 #include "foundation/text.h"
@@ -62,6 +63,7 @@ double ParseInteger(std::string_view text) {
     // Digits of any number: what 64 bits do not hold is the nearest double, as for every integer.
     Require(!text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos);
     magnitude = Val(text);
+    Require(std::isfinite(magnitude));
   }
   return negative ? -magnitude : magnitude;
 }
@@ -127,7 +129,7 @@ std::string ParseData(std::string_view text) {
     Require(digit != std::string_view::npos && !padded);
     bits = bits << 6U | static_cast<std::uint32_t>(digit);
     if (++digits % 4 != 1) {
-      bytes.push_back(static_cast<char>(bits >> (6U - digits % 4 * 2U) % 8U & 0xFFU));
+      bytes.push_back(static_cast<char>(bits >> (8U - digits % 4 * 2U) % 8U & 0xFFU));
     }
   }
   Require(digits % 4 != 1);
@@ -290,7 +292,10 @@ class XmlReader {
     }
   }
 
-  void Count() { Require(++count_ <= kMaxPropertyListObjects); }
+  void Count() {
+    Require(++count_ <= kMaxPropertyListObjects);
+    Yield();
+  }
 
   Ref<CFObjectMBS> ReadObject(const Tag& tag, std::size_t depth) {
     Require(tag.kind != Tag::kClose);
@@ -549,6 +554,9 @@ class XmlWriter {
         break;
       case '&':
         text_ += "&amp;";
+        break;
+      case '\r':
+        text_ += "&#13;";  // As it stands it would be read as a line feed.
         break;
       case '\0':
         AppendUtf8(kReplacementCharacter, text_);  // XML has no way to write it.

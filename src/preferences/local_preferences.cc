@@ -65,6 +65,7 @@ std::vector<Ref<Date>> Exclusions_Get() {
   days.reserve(moments.size());
   for (const double seconds : moments) {
     days.push_back(DateAt(seconds));
+    Yield();
   }
   return days;
 }
