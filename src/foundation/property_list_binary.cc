@@ -148,7 +148,7 @@ class BinaryReader {
       Ref<CFObjectMBS> key = ReadWithin(node, body.at + i * reference_size_, depth);
       entries.emplace_back(std::move(key), ReadWithin(node, body.at + (count + i) * reference_size_, depth));
     }
-    node.object = New<CFDictionaryMBS>(std::move(entries));
+    node.object = dictionaries_.Make(std::move(entries));
   }
 
   // The object that the reference at `at` names, as a part of `container`, which stands at `depth`.
@@ -262,6 +262,7 @@ class BinaryReader {
   std::size_t table_ = 0;
   std::size_t top_ = 0;
   std::vector<Node> nodes_;
+  DictionaryMaker dictionaries_;
   Ref<CFObjectMBS> flags_[2];
 };
 

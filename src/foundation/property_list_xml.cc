@@ -355,7 +355,7 @@ class XmlReader {
     std::vector<CFDictionaryListMBS::Entry> entries(std::make_move_iterator(begin),
                                                     std::make_move_iterator(open_entries_.end()));
     open_entries_.resize(first);
-    return New<CFDictionaryMBS>(std::move(entries));
+    return dictionaries_.Make(std::move(entries));
   }
 
   // Keys, and most texts and integers, come again and again: an object that stands for the same text lately
@@ -469,6 +469,7 @@ class XmlReader {
   std::size_t count_ = 0;
   Ref<CFObjectMBS> flags_[2];
   std::array<RecentScalar, kRecentScalars> recent_;
+  DictionaryMaker dictionaries_;
   std::vector<CFDictionaryListMBS::Entry> open_entries_;
 };
 

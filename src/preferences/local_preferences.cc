@@ -1,5 +1,7 @@
 #include "preferences/local_preferences.h"
 
+#include <utility>
+
 #include "foundation/debug_log.h"
 #include "foundation/event_loop.h"
 #include "preferences/core_preferences.h"
@@ -18,10 +20,11 @@ void LogNextRing(const char* beginning, const TLMAlarm& alarm, const std::string
 void LogAndRemember(const TLMAlarm& alarm) {
   const Variant key = Int32ToVariant(alarm.UniqueID);
   const Ref<Date>& next = alarm.NextRingDateTime;
-  if (!RememberedNextRingDates->HasKey(key)) {
+  const Variant* const known = RememberedNextRingDates->If(key);
+  if (known == nullptr) {
     LogNextRing("Found Alarm \"", alarm, next != nullptr ? RingText(*next) : "Never");
   } else {
-    const auto remembered = Cast<Date>(VariantToObject(RememberedNextRingDates->Value(key)));
+    const auto remembered = Cast<Date>(VariantToObject(*known));
     const double r = remembered != nullptr ? remembered->TotalSeconds() : 0.0;
     const double n = next != nullptr ? next->TotalSeconds() : 0.0;
     if (r != n && n == 0.0) {
@@ -40,9 +43,9 @@ void LogAndRemember(const TLMAlarm& alarm) {
 void Reload() {
   xAlarmArray.clear();
   CorePreferencesModified::Sync();
-  for (const Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
+  for (Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
     const Ref<TLMAlarm> a = TLMAlarm::Make();
-    a->SetDictionary(stored);
+    a->SetDictionary(std::exchange(stored, nullptr));  // Nobody needs it any longer.
     // The rings of this process are stronger than what the main application stored, Nil included. No
     // setter takes part: nothing is worked out here.
     const Variant id = Int32ToVariant(a->UniqueID);
