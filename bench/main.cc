@@ -2,6 +2,8 @@
 //   --quick                     runs every benchmark once, briefly, and judges no time
 //   --write-alarms COUNT FILE   writes that many alarms to a property list, and measures nothing
 // Other arguments are those of the benchmark library.
+#include <malloc.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -42,6 +44,7 @@ int main(int argc, char** argv) {
     WriteFile(argv[3], WriteBinary(SampleDomainValue(std::atoi(argv[2]), Items::kWhereNeeded)));
     return 0;
   }
+  mallopt(M_TRIM_THRESHOLD, 256 * 1024 * 1024);  // as the agent has it
   // What is given on the command line comes behind these and outdoes them.
   static char repetitions[] = "--benchmark_repetitions=15";
   static char min_time[] = "--benchmark_min_time=0.05";

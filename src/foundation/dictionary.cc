@@ -34,6 +34,17 @@ Dictionary::Key::Key(const Variant& boxed) {
   }
 }
 
+bool Dictionary::Key::Names(const Entry& entry) const noexcept {
+  if (entry.mark != mark_) {
+    return false;
+  }
+  if (is_text_) {
+    const auto* text = entry.key.If<std::string>();
+    return text != nullptr && *text == text_;
+  }
+  return entry.key.If<std::int32_t>() != nullptr;  // The mark of a number is the number.
+}
+
 Dictionary::Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs) {
   for (const auto& [key, value] : pairs) {
     SetValue(key, value);
@@ -43,25 +54,24 @@ Dictionary::Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs)
 const Dictionary::Entry* Dictionary::Find(const Key& key) const noexcept {
   const auto found_in = [&](const auto& index, const auto& sought) -> const Entry* {
     const auto found = index.find(sought);
-    return found != index.end() ? &entries_[found->second] : nullptr;
+    return found != index.end() ? &At(found->second) : nullptr;
   };
   if (index_ != nullptr) {
     return key.is_text_ ? found_in(index_->texts, key.text_) : found_in(index_->numbers, key.number_);
   }
-  for (const Entry& entry : entries_) {
-    if (entry.mark != key.mark_) {
-      continue;
-    }
-    const auto* text = entry.key.If<std::string>();
-    if (text != nullptr ? key.is_text_ && *text == key.text_ : !key.is_text_) {
-      return &entry;  // The mark of a number is the number.
+  if (key.Names(first_)) {
+    return &first_;
+  }
+  for (const Entry& entry : others_) {
+    if (key.Names(entry)) {
+      return &entry;
     }
   }
   return nullptr;
 }
 
 void Dictionary::AddToIndex(std::size_t position) {
-  const Variant& key = entries_[position].key;
+  const Variant& key = At(position).key;
   if (const auto* text = key.If<std::string>()) {
     index_->texts.emplace(*text, position);
   } else if (const auto* number = key.If<std::int32_t>()) {
@@ -80,15 +90,19 @@ const Variant& Dictionary::Value(const Key& key) const {
 void Dictionary::SetValue(Variant key, Variant value) {
   const Key sought(key);
   if (const Entry* entry = Find(sought)) {
-    entries_[static_cast<std::size_t>(entry - entries_.data())].value = std::move(value);
+    const_cast<Entry*>(entry)->value = std::move(value);  // The entry is this dictionary's own.
     return;
   }
-  entries_.push_back({sought.mark_, std::move(key), std::move(value)});
+  if (Count() == 0) {
+    first_ = {sought.mark_, std::move(key), std::move(value)};
+    return;
+  }
+  others_.push_back({sought.mark_, std::move(key), std::move(value)});
   if (index_ != nullptr) {
-    AddToIndex(entries_.size() - 1);
-  } else if (entries_.size() > kSearchedCount) {
+    AddToIndex(Count() - 1);
+  } else if (Count() > kSearchedCount) {
     index_ = std::make_unique<Index>();
-    for (std::size_t position = 0; position < entries_.size(); ++position) {
+    for (std::size_t position = 0; position < Count(); ++position) {
       AddToIndex(position);
     }
   }

@@ -26,6 +26,8 @@ class KeyNotFoundException final : public RuntimeException {
 // Keys are texts, which differ by case, and 32-bit integers; a Variant of another kind is no key and
 // throws IllegalCastException. A stored value may be Nil and still counts as present.
 class Dictionary final : public Object {
+  struct Entry;
+
  public:
   // Of several pairs with the same key the last one holds.
   explicit Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs = {});
@@ -39,6 +41,8 @@ class Dictionary final : public Object {
 
    private:
     friend class Dictionary;
+
+    bool Names(const Entry& entry) const noexcept;
 
     // Equal keys have equal marks; of unequal ones few have.
     std::uint64_t mark_ = 0;
@@ -64,13 +68,13 @@ class Dictionary final : public Object {
   // The stored value, or `otherwise` when the key is absent.
   Variant Lookup(const Key& key, const Variant& otherwise) const;
 
-  std::size_t Count() const noexcept { return entries_.size(); }
+  std::size_t Count() const noexcept { return first_.key.IsNil() ? 0 : 1 + others_.size(); }
   // Makes room for that many entries at once.
-  void Reserve(std::size_t count) { entries_.reserve(count); }
+  void Reserve(std::size_t count) { others_.reserve(count > 0 ? count - 1 : 0); }
 
  private:
   struct Entry {
-    std::uint64_t mark;
+    std::uint64_t mark = 0;
     Variant key;
     Variant value;
   };
@@ -81,12 +85,17 @@ class Dictionary final : public Object {
     std::map<std::int32_t, std::size_t> numbers;
   };
 
+  const Entry& At(std::size_t position) const noexcept {
+    return position == 0 ? first_ : others_[position - 1];
+  }
   const Entry* Find(const Key& key) const noexcept;
   void AddToIndex(std::size_t position);
 
-  // In the order of their arrival. Most dictionaries are small and are simply searched; only a large one
-  // has an index.
-  std::vector<Entry> entries_;
+  // In the order of their arrival. Most dictionaries have but one entry, which therefore lies in the
+  // dictionary itself; while there is none it has no key. A small dictionary is simply searched, only a large
+  // one has an index.
+  Entry first_;
+  std::vector<Entry> others_;
   std::unique_ptr<Index> index_;
 };
 
