@@ -1,7 +1,5 @@
 #include "preferences/local_preferences.h"
 
-#include <utility>
-
 #include "foundation/debug_log.h"
 #include "foundation/event_loop.h"
 #include "preferences/core_preferences.h"
@@ -43,9 +41,9 @@ void LogAndRemember(const TLMAlarm& alarm) {
 void Reload() {
   xAlarmArray.clear();
   CorePreferencesModified::Sync();
-  for (Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
+  for (const Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
     const Ref<TLMAlarm> a = TLMAlarm::Make();
-    a->SetDictionary(std::exchange(stored, nullptr));  // Nobody needs it any longer.
+    a->SetDictionary(stored);
     // The rings of this process are stronger than what the main application stored, Nil included. No
     // setter takes part: nothing is worked out here.
     const Variant id = Int32ToVariant(a->UniqueID);
