@@ -30,6 +30,12 @@ constexpr int DaysInMonth(std::int64_t year, int month) noexcept {
   return 30 + ((month ^ (month >> 3)) & 1);  // The long months alternate, and begin anew in August.
 }
 
+// How many days of the year lie before month 1 to 12.
+constexpr int DaysBeforeMonth(std::int64_t year, int month) noexcept {
+  const int after_february = IsLeapYear(year) ? -1 : -2;
+  return (367 * month - 362) / 12 + (month > 2 ? after_february : 0);
+}
+
 constexpr std::int64_t FloorDivide(std::int64_t dividend, std::int64_t divisor) noexcept {
   const std::int64_t quotient = dividend / divisor;
   return quotient - static_cast<std::int64_t>(dividend % divisor < 0);
@@ -52,24 +58,30 @@ constexpr std::int64_t DaysFromCivil(std::int64_t year, int month, std::int64_t 
   return era * kDaysPerEra + day_of_era + (day - 1) - kDaysFromYear0March1;
 }
 
+// For the days of every 32-bit year. Each division is by a constant, as a multiplication by its reciprocal
+// with a shift: a fraction of a year, and of a month, then stands in the low bits.
 constexpr CivilDate CivilFromDays(std::int64_t days) noexcept {
-  const std::int64_t shifted = days + kDaysFromYear0March1;
-  const std::int64_t era = FloorDivide(shifted, kDaysPerEra);
-  const auto day_of_era = static_cast<std::uint32_t>(shifted - era * kDaysPerEra);
-  const std::uint32_t year_of_era =
-      (day_of_era - day_of_era / 1460 + day_of_era / 36'524 - day_of_era / 146'096) / 365;
-  const std::uint32_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-  const std::uint32_t month_from_march = (5 * day_of_year + 2) / 153;
-  const int day = static_cast<int>(day_of_year - (153 * month_from_march + 2) / 5 + 1);
-  const int month = static_cast<int>(month_from_march < 10 ? month_from_march + 3 : month_from_march - 9);
-  return {year_of_era + era * 400 + static_cast<std::int64_t>(month <= 2), month, day};
+  constexpr std::int64_t kEras = 5'500'000;  // makes every such day positive
+  const auto shifted = static_cast<std::uint64_t>(days + kDaysFromYear0March1 + kEras * kDaysPerEra) * 4 + 3;
+  const std::uint64_t century = shifted / kDaysPerEra;
+  const std::uint64_t quarter_day_of_century = (shifted % kDaysPerEra) | 3U;
+  constexpr std::uint64_t kReciprocalOfYear = 2'939'745;  // 2^32 / 1461, rounded up
+  const std::uint64_t years = kReciprocalOfYear * quarter_day_of_century;
+  const auto day_of_year = static_cast<std::uint32_t>((years & 0xFFFF'FFFFU) / kReciprocalOfYear / 4);
+  const std::uint32_t months = 2141 * day_of_year + 197'913;  // 2^16 / 2141 is a month's mean length
+  const bool next_year = day_of_year >= 306;                  // January and February
+  const auto year = static_cast<std::int64_t>(century * 100 + (years >> 32U)) - kEras * 400;
+  return {year + static_cast<std::int64_t>(next_year), static_cast<int>(months >> 16U) - (next_year ? 12 : 0),
+          static_cast<int>((months & 0xFFFFU) / 2141) + 1};
 }
 
-// 1 to 7, 1 being Sunday. 1 January 1904 was a Friday.
+// 1 to 7, 1 being Sunday. 1 January 1904 was a Friday. For the days of every 32-bit year.
 constexpr int WeekdayFromDays(std::int64_t days) noexcept {
-  return static_cast<int>(days + 5 - FloorDivide(days + 5, 7) * 7) + 1;
+  constexpr std::int64_t kWholeWeeks = std::int64_t{7} << 38;  // makes every such day positive
+  return static_cast<int>(static_cast<std::uint64_t>(days + 5 + kWholeWeeks) % 7) + 1;
 }
 
+static_assert(DaysBeforeMonth(2027, 12) == 334 && DaysBeforeMonth(2028, 3) == 60);
 static_assert(DaysFromCivil(1904, 1, 1) == 0 && DaysFromCivil(1970, 1, 1) == kDaysTo1970);
 
 }  // namespace tollmere

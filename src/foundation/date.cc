@@ -2,7 +2,6 @@
 
 #include <langinfo.h>
 
-#include <cmath>
 #include <ctime>
 #include <limits>
 
@@ -15,7 +14,9 @@ namespace {
 // Steps of a field may be added to TotalSeconds without a look at rounding up to here. Half of the
 // exact range leaves room for every step that is taken before the next full look.
 constexpr double kWholeLimit = 4'503'599'627'370'496.0;  // 2^52
-constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
+
+// Years that lie within that range, either way.
+constexpr std::int64_t kWholeYears = 100'000'000;
 
 // The moments that a 32-bit year can show.
 constexpr std::int64_t kFirstSecond =
@@ -55,27 +56,26 @@ Date::State Date::AtSecond(std::int64_t second, double fraction) noexcept {
   if (std::fabs(state.total_seconds) >= kExactLimit) {
     return AtTotal(state.total_seconds);  // The double may stand on another second: it decides.
   }
-  if (std::floor(state.total_seconds) != static_cast<double>(second)) {
+  if (fraction != 0.0 && std::floor(state.total_seconds) != static_cast<double>(second)) {
     // The fraction was so near to 1 that it was rounded up: stay within the second.
     state.total_seconds = std::nextafter(state.total_seconds, -HUGE_VAL);
   }
   state.day_number = FloorDivide(second, kSecondsPerDay);
-  const auto time = static_cast<std::int32_t>(second - state.day_number * kSecondsPerDay);
+  state.time = static_cast<std::int32_t>(second - state.day_number * kSecondsPerDay);
   const CivilDate civil = CivilFromDays(state.day_number);
   state.year = static_cast<std::int32_t>(civil.year);
-  state.month = static_cast<std::int8_t>(civil.month);
-  state.day = static_cast<std::int8_t>(civil.day);
-  state.hour = static_cast<std::int8_t>(time / 3600);
-  state.minute = static_cast<std::int8_t>(time / 60 % 60);
-  state.second = static_cast<std::int8_t>(time % 60);
-  state.whole = fraction == 0.0 && std::fabs(state.total_seconds) < kWholeLimit;
+  state.month = civil.month;
+  state.day = civil.day;
+  const bool whole = fraction == 0.0 && std::fabs(state.total_seconds) < kWholeLimit;
+  state.plain_days = whole ? kPlainDays : 0;
   return state;
 }
 
 Date::State Date::AtTotal(double total_seconds) noexcept {
   if (std::fabs(total_seconds) < kExactLimit) [[likely]] {
-    const double floor = std::floor(total_seconds);
-    State state = AtSecond(static_cast<std::int64_t>(floor), total_seconds - floor);
+    auto floor = static_cast<std::int64_t>(total_seconds);
+    floor -= static_cast<std::int64_t>(static_cast<double>(floor) > total_seconds);
+    State state = AtSecond(floor, total_seconds - static_cast<double>(floor));
     state.total_seconds = total_seconds;  // To the last bit, also where the sum above was rounded.
     return state;
   }
@@ -88,33 +88,45 @@ Date::State Date::AtTotal(double total_seconds) noexcept {
     second = static_cast<std::int64_t>(total_seconds);  // A whole number: this is 2^53 and above.
   }
   const std::int64_t day_number = FloorDivide(second, kSecondsPerDay);
-  State state = AtSecond(second - day_number * kSecondsPerDay, 0.0);  // for the time of day
   const CivilDate civil = CivilFromDays(day_number);
-  state.total_seconds = total_seconds;
-  state.day_number = day_number;
-  state.year = static_cast<std::int32_t>(civil.year);
-  state.month = static_cast<std::int8_t>(civil.month);
-  state.day = static_cast<std::int8_t>(civil.day);
-  state.whole = false;
-  return state;
+  return {.day_number = day_number,
+          .year = static_cast<std::int32_t>(civil.year),
+          .month = civil.month,
+          .day = civil.day,
+          .time = static_cast<std::int32_t>(second - day_number * kSecondsPerDay),
+          .plain_days = 0,
+          .total_seconds = total_seconds};
 }
 
 double Date::Fraction(const State& state) noexcept {
   const double total = state.total_seconds;
-  return std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
+  return state.plain_days == 0 && std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
+}
+
+// A whole state on another day that exists, at the same time of day.
+Date::State Date::OnDay(State state, std::int64_t year, std::int32_t month, std::int32_t day) noexcept {
+  state.day_number = DaysFromCivil(year, month, day);
+  state.year = static_cast<std::int32_t>(year);
+  state.month = month;
+  state.day = day;
+  return state;
 }
 
 Date::State Date::WithMonth(State state, std::int64_t year, std::int64_t month) noexcept {
-  const std::int64_t carry = FloorDivide(month - 1, 12);
-  const std::int64_t days = DaysFromCivil(year + carry, static_cast<int>(month - carry * 12), state.day);
-  const std::int64_t time = state.hour * 3600 + state.minute * 60 + state.second;
-  return AtSecond(days * kSecondsPerDay + time, Fraction(state));
+  const std::int64_t carry = month >= 1 && month <= 12 ? 0 : FloorDivide(month - 1, 12);
+  year += carry;
+  const auto month_of_year = static_cast<std::int32_t>(month - carry * 12);
+  if (state.plain_days != 0 && year > -kWholeYears && year < kWholeYears &&
+      (state.day <= 28 || state.day <= DaysInMonth(year, month_of_year))) [[likely]] {
+    return OnDay(state, year, month_of_year, state.day);
+  }
+  const std::int64_t days = DaysFromCivil(year, month_of_year, state.day);
+  return AtSecond(days * kSecondsPerDay + state.time, Fraction(state));
 }
 
 Date::State Date::WithDay(State state, std::int32_t day) noexcept {
   const std::int64_t days = state.day_number + day - state.day;
-  const std::int64_t time = state.hour * 3600 + state.minute * 60 + state.second;
-  return AtSecond(days * kSecondsPerDay + time, Fraction(state));
+  return AtSecond(days * kSecondsPerDay + state.time, Fraction(state));
 }
 
 Date::State Date::WithTime(State state, std::int64_t hour, std::int64_t minute,
@@ -124,23 +136,8 @@ Date::State Date::WithTime(State state, std::int64_t hour, std::int64_t minute,
 
 // No fraction survives a write to Second: two moments of one minute, both put to second 0, are equal.
 Date::State Date::WithSecond(State state, std::int32_t second) noexcept {
-  return AtSecond(state.day_number * kSecondsPerDay + state.hour * 3600 + state.minute * 60 +
-                      static_cast<std::int64_t>(second),
+  return AtSecond(state.day_number * kSecondsPerDay + state.time - state.time % 60 + std::int64_t{second},
                   0.0);
-}
-
-void Date::SetTotalSeconds(double value) noexcept { state_ = AtTotal(value); }
-
-void Date::SetYear(std::int32_t value) noexcept {
-  if (value != state_.year || !state_.whole) {
-    state_ = WithMonth(state_, value, state_.month);
-  }
-}
-
-void Date::SetMonth(std::int32_t value) noexcept {
-  if (value != state_.month || !state_.whole) {
-    state_ = WithMonth(state_, state_.year, value);
-  }
 }
 
 std::string Date::LongDate() const {
@@ -162,10 +159,10 @@ std::string Date::LongTime() const {
   return std::string(text, std::strftime(text, sizeof text, "%X", &fields));
 }
 
-Ref<Date> CopyOf(const Date& date) {
-  Ref<Date> copy = New<Date>();
-  copy->SetTotalSeconds(date.TotalSeconds());
-  return copy;
+Ref<Date> DateAt(double total_seconds) {
+  Ref<Date> date = New<Date>();
+  date->SetTotalSeconds(total_seconds);
+  return date;
 }
 
 }  // namespace tollmere

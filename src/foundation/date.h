@@ -1,6 +1,7 @@
 // A mutable calendar moment whose fields roll over at once.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 
@@ -38,50 +39,84 @@ class Date final : public Object {
   // The present moment by the clock and the zone of the machine, in whole seconds.
   Date() noexcept : state_(Present()) {}
 
-  double TotalSeconds() const noexcept { return state_.total_seconds; }
+  double TotalSeconds() const noexcept {
+    return IsWhole() ? static_cast<double>(state_.day_number * kSecondsPerDay + state_.time)
+                     : state_.total_seconds;
+  }
+  // TotalSeconds rounded down to a whole number.
+  double WholeSeconds() const noexcept {
+    return IsWhole() ? TotalSeconds() : std::floor(state_.total_seconds);
+  }
   std::int32_t Year() const noexcept { return state_.year; }
   std::int32_t Month() const noexcept { return state_.month; }
   std::int32_t Day() const noexcept { return state_.day; }
-  std::int32_t Hour() const noexcept { return state_.hour; }
-  std::int32_t Minute() const noexcept { return state_.minute; }
-  std::int32_t Second() const noexcept { return state_.second; }
+  std::int32_t Hour() const noexcept { return state_.time / 3600; }
+  std::int32_t Minute() const noexcept { return state_.time / 60 % 60; }
+  std::int32_t Second() const noexcept { return state_.time % 60; }
   // 1 to 7; 1 is Sunday.
   std::int32_t DayOfWeek() const noexcept { return WeekdayFromDays(state_.day_number); }
 
-  void SetTotalSeconds(double value) noexcept;
-  void SetYear(std::int32_t value) noexcept;
-  void SetMonth(std::int32_t value) noexcept;
+  void SetTotalSeconds(double value) noexcept {
+    // A moment that is taken over most often lies on the day on which the Date stands already.
+    if (IsWhole() && value > -kExactLimit && value < kExactLimit) [[likely]] {
+      const auto second = static_cast<std::int64_t>(value);
+      const std::int64_t time = second - state_.day_number * kSecondsPerDay;
+      if (time >= 0 && time < kSecondsPerDay && static_cast<double>(second) == value) [[likely]] {
+        state_.time = static_cast<std::int32_t>(time);
+        return;
+      }
+    }
+    state_ = AtTotal(value);
+  }
+  void SetYear(std::int32_t value) noexcept {
+    if (value != state_.year || !IsWhole()) {
+      state_ = WithMonth(state_, value, state_.month);
+    }
+  }
+  void SetMonth(std::int32_t value) noexcept {
+    if (IsWhole() && value >= 1 && value <= 12 && state_.day <= 28) [[likely]] {
+      state_.day_number += DaysBeforeMonth(state_.year, value) - DaysBeforeMonth(state_.year, state_.month);
+      state_.month = value;
+    } else {
+      state_ = WithMonth(state_, state_.year, value);
+    }
+  }
   void SetDay(std::int32_t value) noexcept {
-    if (state_.whole && value >= 1 && (value <= 28 || value <= DaysInMonth(state_.year, state_.month)))
-        [[likely]] {
-      const std::int32_t step = value - state_.day;
-      state_.total_seconds += static_cast<double>(step) * static_cast<double>(kSecondsPerDay);
-      state_.day_number += step;
-      state_.day = static_cast<std::int8_t>(value);
+    if (value >= 1 && value <= state_.plain_days) [[likely]] {
+      state_.day_number += value - state_.day;
+      state_.day = value;
+      return;
+    }
+    const std::int32_t length = DaysInMonth(state_.year, state_.month);
+    if (IsWhole() && value >= 1 && value <= length) {
+      state_.day_number += value - state_.day;
+      state_.day = value;
+    } else if (IsWhole() && value == length + 1 && state_.month < 12) {
+      // The step over the end of a month that every walk takes.
+      state_.day_number += value - state_.day;
+      state_.day = 1;
+      ++state_.month;
     } else {
       state_ = WithDay(state_, value);
     }
   }
   void SetHour(std::int32_t value) noexcept {
-    if (state_.whole && value >= 0 && value < 24) [[likely]] {
-      state_.total_seconds += (value - state_.hour) * 3600;
-      state_.hour = static_cast<std::int8_t>(value);
+    if (IsWhole() && value >= 0 && value < 24) [[likely]] {
+      state_.time += (value - Hour()) * 3600;
     } else {
-      state_ = WithTime(state_, value, state_.minute, state_.second);
+      state_ = WithTime(state_, value, Minute(), Second());
     }
   }
   void SetMinute(std::int32_t value) noexcept {
-    if (state_.whole && value >= 0 && value < 60) [[likely]] {
-      state_.total_seconds += (value - state_.minute) * 60;
-      state_.minute = static_cast<std::int8_t>(value);
+    if (IsWhole() && value >= 0 && value < 60) [[likely]] {
+      state_.time += (value - Minute()) * 60;
     } else {
-      state_ = WithTime(state_, state_.hour, value, state_.second);
+      state_ = WithTime(state_, Hour(), value, Second());
     }
   }
   void SetSecond(std::int32_t value) noexcept {
-    if (state_.whole && value >= 0 && value < 60) [[likely]] {
-      state_.total_seconds += value - state_.second;
-      state_.second = static_cast<std::int8_t>(value);
+    if (IsWhole() && value >= 0 && value < 60) [[likely]] {
+      state_.time += value - Second();
     } else {
       state_ = WithSecond(state_, value);
     }
@@ -93,21 +128,30 @@ class Date final : public Object {
   std::string LongTime() const;
 
  private:
-  // Both views of the moment, always in step. `whole` says that total_seconds is a whole number well
-  // within the exact range, so that small steps may simply be added to it.
+  // A moment is whole when it is a whole second well within the exact range: TotalSeconds then follows from
+  // the day and the time of day, and small steps may simply be added to these. Every other moment has
+  // its TotalSeconds beside them.
   struct State {
-    double total_seconds;
     std::int64_t day_number;  // days since 1 January 1904
     std::int32_t year;
-    std::int8_t month, day, hour, minute, second;
-    bool whole;
+    std::int32_t month;
+    std::int32_t day;
+    std::int32_t time;        // of day, in seconds
+    std::int32_t plain_days;  // the days that every month has, up to 28; 0 where the moment is not whole
+    double total_seconds;     // where the moment is not whole
   };
+  static constexpr std::int32_t kPlainDays = 28;
+
+  bool IsWhole() const noexcept { return state_.plain_days != 0; }
+
+  static constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
 
   // The rare ways through an assignment. They work on values and return one, so that a Date in a
   // tight loop can be kept in registers.
   static const State& Present() noexcept;
   static State AtTotal(double total_seconds) noexcept;
   static State AtSecond(std::int64_t second, double fraction) noexcept;
+  static State OnDay(State state, std::int64_t year, std::int32_t month, std::int32_t day) noexcept;
   static State WithMonth(State state, std::int64_t year, std::int64_t month) noexcept;
   static State WithDay(State state, std::int32_t day) noexcept;
   static State WithTime(State state, std::int64_t hour, std::int64_t minute, std::int64_t second) noexcept;
@@ -117,7 +161,9 @@ class Date final : public Object {
   State state_;
 };
 
+// A new Date on that moment.
+Ref<Date> DateAt(double total_seconds);
 // A Date of its own on the same moment.
-Ref<Date> CopyOf(const Date& date);
+inline Ref<Date> CopyOf(const Date& date) { return DateAt(date.TotalSeconds()); }
 
 }  // namespace tollmere

@@ -1,45 +1,48 @@
 #include "foundation/dictionary.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace tollmere {
 namespace {
 
 // Up to here a search along the entries is quicker than any index.
 constexpr std::size_t kSearchedCount = 32;
 
-std::variant<std::int32_t, std::string_view> View(const std::variant<std::int32_t, std::string>& key) {
-  if (const auto* text = std::get_if<std::string>(&key)) {
-    return std::string_view(*text);
+// The end of the text, where keys that belong together differ, and its length.
+std::uint64_t MarkOf(std::string_view text) noexcept {
+  std::uint64_t end = 0;
+  const std::size_t size = std::min(text.size(), sizeof end);
+  if (size > 0) {
+    std::memcpy(&end, text.data() + text.size() - size, size);
   }
-  return std::get<std::int32_t>(key);
+  return end ^ (std::uint64_t{text.size()} << 32U);
 }
 
 }  // namespace
 
+Dictionary::Key::Key(std::string_view text) noexcept : mark_(MarkOf(text)), is_text_(true), text_(text) {}
+
 Dictionary::Key::Key(const Variant& boxed) {
   if (const auto* text = boxed.If<std::string>()) {
-    value_ = std::string_view(*text);
+    *this = Key(std::string_view(*text));
   } else if (const auto* number = boxed.If<std::int32_t>()) {
-    value_ = *number;
+    number_ = *number;
+    mark_ = static_cast<std::uint32_t>(*number);
   } else {
     throw IllegalCastException();
   }
 }
 
-bool Dictionary::Key::Names(const Variant& boxed) const noexcept {
-  if (const auto* text = std::get_if<std::string_view>(&value_)) {
-    const auto* boxed_text = boxed.If<std::string>();
-    return boxed_text != nullptr && *boxed_text == *text;
+bool Dictionary::Key::Names(const Entry& entry) const noexcept {
+  if (entry.mark != mark_) {
+    return false;
   }
-  const auto* boxed_number = boxed.If<std::int32_t>();
-  return boxed_number != nullptr && *boxed_number == std::get<std::int32_t>(value_);
-}
-
-bool Dictionary::KeyOrder::operator()(const OwnedKey& left, const Key& right) const noexcept {
-  return View(left) < right.Value();
-}
-
-bool Dictionary::KeyOrder::operator()(const Key& left, const OwnedKey& right) const noexcept {
-  return left.Value() < View(right);
+  if (is_text_) {
+    const auto* text = entry.key.If<std::string>();
+    return text != nullptr && *text == text_;
+  }
+  return entry.key.If<std::int32_t>() != nullptr;  // The mark of a number is the number.
 }
 
 Dictionary::Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs) {
@@ -49,26 +52,30 @@ Dictionary::Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs)
 }
 
 const Dictionary::Entry* Dictionary::Find(const Key& key) const noexcept {
-  if (!index_.empty()) {
-    const auto found = index_.find(key);
-    return found != index_.end() ? &entries_[found->second] : nullptr;
+  const auto found_in = [&](const auto& index, const auto& sought) -> const Entry* {
+    const auto found = index.find(sought);
+    return found != index.end() ? &At(found->second) : nullptr;
+  };
+  if (index_ != nullptr) {
+    return key.is_text_ ? found_in(index_->texts, key.text_) : found_in(index_->numbers, key.number_);
   }
-  for (const Entry& entry : entries_) {
-    if (key.Names(entry.key)) {
+  if (key.Names(first_)) {
+    return &first_;
+  }
+  for (const Entry& entry : others_) {
+    if (key.Names(entry)) {
       return &entry;
     }
   }
   return nullptr;
 }
 
-void Dictionary::IndexFrom(std::size_t position) {
-  for (; position < entries_.size(); ++position) {
-    const Variant& key = entries_[position].key;
-    if (const auto* text = key.If<std::string>()) {
-      index_.emplace(*text, position);
-    } else if (const auto* number = key.If<std::int32_t>()) {
-      index_.emplace(*number, position);
-    }
+void Dictionary::AddToIndex(std::size_t position) {
+  const Variant& key = At(position).key;
+  if (const auto* text = key.If<std::string>()) {
+    index_->texts.emplace(*text, position);
+  } else if (const auto* number = key.If<std::int32_t>()) {
+    index_->numbers.emplace(*number, position);
   }
 }
 
@@ -81,15 +88,23 @@ const Variant& Dictionary::Value(const Key& key) const {
 }
 
 void Dictionary::SetValue(Variant key, Variant value) {
-  if (const Entry* entry = Find(Key(key))) {
-    entries_[static_cast<std::size_t>(entry - entries_.data())].value = std::move(value);
+  const Key sought(key);
+  if (const Entry* entry = Find(sought)) {
+    const_cast<Entry*>(entry)->value = std::move(value);  // The entry is this dictionary's own.
     return;
   }
-  entries_.push_back({std::move(key), std::move(value)});
-  if (!index_.empty()) {
-    IndexFrom(entries_.size() - 1);
-  } else if (entries_.size() > kSearchedCount) {
-    IndexFrom(0);
+  if (Count() == 0) {
+    first_ = {sought.mark_, std::move(key), std::move(value)};
+    return;
+  }
+  others_.push_back({sought.mark_, std::move(key), std::move(value)});
+  if (index_ != nullptr) {
+    AddToIndex(Count() - 1);
+  } else if (Count() > kSearchedCount) {
+    index_ = std::make_unique<Index>();
+    for (std::size_t position = 0; position < Count(); ++position) {
+      AddToIndex(position);
+    }
   }
 }
 

@@ -3,12 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "foundation/object.h"
@@ -25,6 +26,8 @@ class KeyNotFoundException final : public RuntimeException {
 // Keys are texts, which differ by case, and 32-bit integers; a Variant of another kind is no key and
 // throws IllegalCastException. A stored value may be Nil and still counts as present.
 class Dictionary final : public Object {
+  struct Entry;
+
  public:
   // Of several pairs with the same key the last one holds.
   explicit Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs = {});
@@ -32,14 +35,20 @@ class Dictionary final : public Object {
   // A key as it is looked up: a view of a text or of a boxed key, copied by none of these calls.
   class Key {
    public:
-    Key(std::string_view text) noexcept : value_(text) {}               // NOLINT(google-explicit-constructor)
-    Key(const char* text) noexcept : value_(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
+    Key(std::string_view text) noexcept;                             // NOLINT(google-explicit-constructor)
+    Key(const char* text) noexcept : Key(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
     Key(const Variant& boxed);  // NOLINT(google-explicit-constructor): a key may come as any of these.
-    bool Names(const Variant& boxed) const noexcept;
-    const std::variant<std::int32_t, std::string_view>& Value() const noexcept { return value_; }
 
    private:
-    std::variant<std::int32_t, std::string_view> value_;
+    friend class Dictionary;
+
+    bool Names(const Entry& entry) const noexcept;
+
+    // Equal keys have equal marks; of unequal ones few have.
+    std::uint64_t mark_ = 0;
+    bool is_text_ = false;
+    std::int32_t number_ = 0;
+    std::string_view text_;
   };
 
   bool HasKey(const Key& key) const noexcept { return Find(key) != nullptr; }
@@ -50,34 +59,44 @@ class Dictionary final : public Object {
   // Adds the key, or replaces its value.
   void SetValue(Variant key, Variant value);
 
+  // The stored value, or null when the key is absent; good until the dictionary is next changed.
+  const Variant* If(const Key& key) const noexcept {
+    const Entry* entry = Find(key);
+    return entry != nullptr ? &entry->value : nullptr;
+  }
+
   // The stored value, or `otherwise` when the key is absent.
   Variant Lookup(const Key& key, const Variant& otherwise) const;
 
-  std::size_t Count() const noexcept { return entries_.size(); }
+  std::size_t Count() const noexcept { return first_.key.IsNil() ? 0 : 1 + others_.size(); }
   // Makes room for that many entries at once.
-  void Reserve(std::size_t count) { entries_.reserve(count); }
+  void Reserve(std::size_t count) { others_.reserve(count > 0 ? count - 1 : 0); }
 
  private:
   struct Entry {
+    std::uint64_t mark = 0;
     Variant key;
     Variant value;
   };
 
-  using OwnedKey = std::variant<std::int32_t, std::string>;
-  struct KeyOrder {
-    using is_transparent = void;
-    bool operator()(const OwnedKey& left, const OwnedKey& right) const noexcept { return left < right; }
-    bool operator()(const OwnedKey& left, const Key& right) const noexcept;
-    bool operator()(const Key& left, const OwnedKey& right) const noexcept;
+  // Where each key stands. Ordered, so that no choice of keys can make it slow.
+  struct Index {
+    std::map<std::string, std::size_t, std::less<>> texts;
+    std::map<std::int32_t, std::size_t> numbers;
   };
 
+  const Entry& At(std::size_t position) const noexcept {
+    return position == 0 ? first_ : others_[position - 1];
+  }
   const Entry* Find(const Key& key) const noexcept;
-  void IndexFrom(std::size_t position);
+  void AddToIndex(std::size_t position);
 
-  // In the order of their arrival. Most dictionaries are small and are simply searched; a large one
-  // has an index, ordered so that no choice of keys can make it slow.
-  std::vector<Entry> entries_;
-  std::map<OwnedKey, std::size_t, KeyOrder> index_;
+  // In the order of their arrival. Most dictionaries have but one entry, which therefore lies in the
+  // dictionary itself; while there is none it has no key. A small dictionary is simply searched, only a large
+  // one has an index.
+  Entry first_;
+  std::vector<Entry> others_;
+  std::unique_ptr<Index> index_;
 };
 
 // An array of dictionaries as a Variant can hold it.

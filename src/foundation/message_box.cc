@@ -64,9 +64,12 @@ constexpr BoxProgram kBoxPrograms[] = {
 
 // True when the user has seen the box.
 bool ShowBox(const std::string& text) {
+  if (!HasDisplay()) {
+    return false;
+  }
   const auto installed = std::find_if(std::begin(kBoxPrograms), std::end(kBoxPrograms),
                                       [](const BoxProgram& box) { return !FindAlongPath(box.name).empty(); });
-  if (!HasDisplay() || installed == std::end(kBoxPrograms)) {
+  if (installed == std::end(kBoxPrograms)) {
     return false;
   }
   static std::int64_t no_box_before = 0;

@@ -84,6 +84,13 @@ Ref<T> New(Arguments&&... arguments) {
   return Ref<T>(std::make_shared<T>(std::forward<Arguments>(arguments)...));
 }
 
+// A base of several classes may tell them apart by a number of its own, which is cheaper to ask for than
+// their type: its Kind(), and kKind of each final class.
+template <class T, class U>
+concept HasKind = requires(const U& object) {
+  object.Kind() == T::kKind;
+};
+
 // True when `reference` is an object of class T or of a subclass of it. Nil is of no class.
 template <class T, class U>
 bool IsA(const Ref<U>& reference) noexcept {
@@ -91,7 +98,9 @@ bool IsA(const Ref<U>& reference) noexcept {
   if (object == nullptr) {
     return false;
   }
-  if constexpr (std::is_final_v<T>) {
+  if constexpr (HasKind<T, U>) {
+    return object->Kind() == T::kKind;
+  } else if constexpr (std::is_final_v<T>) {
     return typeid(*object) == typeid(T);  // Much cheaper than a search through the bases.
   } else {
     return dynamic_cast<const T*>(object) != nullptr;
@@ -108,6 +117,12 @@ Ref<T> Cast(const Ref<U>& reference) {
     throw IllegalCastException();
   }
   return Ref<T>(std::static_pointer_cast<T>(reference.Pointer()));
+}
+
+// The object seen as a T, or null when it is none; for a look at it without a claim on it.
+template <class T, class U>
+const T* If(const Ref<U>& reference) noexcept {
+  return IsA<T>(reference) ? static_cast<const T*>(reference.Get()) : nullptr;
 }
 
 }  // namespace tollmere

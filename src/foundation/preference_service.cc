@@ -60,6 +60,7 @@ bool CFPreferencesMBS::Refresh(View& view, const std::string& domain) {
   }
   if (changed || !view.exists) {
     view.exists = true;
+    view.bytes_are_good = false;  // until they have been read to the end
     const Ref<CFObjectMBS> root = ParsePropertyList(view.bytes);
     view.bytes_are_good = IsA<CFDictionaryMBS>(root);
     if (view.bytes_are_good) {

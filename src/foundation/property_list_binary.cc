@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "foundation/event_loop.h"
 #include "foundation/property_list.h"
 #include "foundation/property_list_formats.h"
 #include "foundation/unicode.h"
@@ -28,6 +29,7 @@ class BinaryReader {
   struct Node {
     Ref<CFObjectMBS> object;
     std::uint32_t walk_count = 0;  // objects that a walk through it meets, itself included
+    std::uint32_t walk_bytes = 0;  // of text and data in them, as long as they are in the file
     std::uint16_t height = 0;      // containers within one another, from this one down
     bool being_read = false;
   };
@@ -62,6 +64,7 @@ class BinaryReader {
       node.being_read = true;
       ReadObject(node, Offset(index), depth);
       node.being_read = false;
+      Yield();
     }
     Require(depth + node.height <= kMaxPropertyListDepth);
     return node;
@@ -90,13 +93,14 @@ class BinaryReader {
         node.object = New<CFDateMBS>(Real(at + 1, 8));
         break;
       case 0x4:
-        node.object = New<CFBinaryDataMBS>(std::string(Content(BodyOf(at, low), 1)));
+        node.object = New<CFBinaryDataMBS>(std::string(Content(node, BodyOf(at, low), 1)));
         break;
       case 0x5:
-        node.object = New<CFStringMBS>(Ascii(Content(BodyOf(at, low), 1)));
+        node.object = New<CFStringMBS>(Ascii(Content(node, BodyOf(at, low), 1)));
         break;
       case 0x6:
-        node.object = New<CFStringMBS>(Utf8FromUtf16(Content(BodyOf(at, low), 2), ByteOrder::kBigEndian));
+        node.object =
+            New<CFStringMBS>(Utf8FromUtf16(Content(node, BodyOf(at, low), 2), ByteOrder::kBigEndian));
         break;
       case 0x8:
         ReadUid(node, at, low + 1);
@@ -144,7 +148,7 @@ class BinaryReader {
       Ref<CFObjectMBS> key = ReadWithin(node, body.at + i * reference_size_, depth);
       entries.emplace_back(std::move(key), ReadWithin(node, body.at + (count + i) * reference_size_, depth));
     }
-    node.object = New<CFDictionaryMBS>(std::move(entries));
+    node.object = dictionaries_.Make(std::move(entries));
   }
 
   // The object that the reference at `at` names, as a part of `container`, which stands at `depth`.
@@ -154,16 +158,20 @@ class BinaryReader {
     const Node& part = Read(static_cast<std::size_t>(index), depth + 1);
     container.walk_count += part.walk_count;  // Both are at most a million.
     Require(container.walk_count <= kMaxPropertyListObjects);
+    container.walk_bytes += part.walk_bytes;  // Both are at most 16 MiB.
+    Require(container.walk_bytes <= kMaxPropertyListBytes);
     container.height = std::max<std::uint16_t>(container.height, part.height + 1);
     return part.object;
   }
 
   // How many items a container with `references` references to each has, once it is sure that they
   // are there and that its depth is within the limit.
-  std::size_t CountOfReferences(Body body, std::size_t references, std::size_t depth) const {
+  std::size_t CountOfReferences(Body body, std::size_t references, std::size_t depth) {
     Require(depth < kMaxPropertyListDepth);
     Require(body.count <= (bytes_.size() - body.at) / (reference_size_ * references));
-    Require(body.count <= kMaxPropertyListObjects);
+    // A walk meets each of them at least once, so no list within the limit has more in all its containers.
+    Require(body.count * references <= references_left_);
+    references_left_ -= static_cast<std::size_t>(body.count) * references;
     return static_cast<std::size_t>(body.count);
   }
 
@@ -179,9 +187,14 @@ class BinaryReader {
     return {at + 2 + size, Number(at + 2, size)};
   }
 
-  std::string_view Content(Body body, std::size_t unit_size) const {
+  std::string_view Content(Node& node, Body body, std::size_t unit_size) {
     Require(body.at <= bytes_.size() && body.count <= (bytes_.size() - body.at) / unit_size);
-    return bytes_.substr(body.at, static_cast<std::size_t>(body.count) * unit_size);
+    const std::string_view content = bytes_.substr(body.at, static_cast<std::size_t>(body.count) * unit_size);
+    // Objects that lie over one another could each have the length of the whole file.
+    Require(content.size() <= content_left_);
+    content_left_ -= content.size();
+    node.walk_bytes = static_cast<std::uint32_t>(content.size());
+    return content;
   }
 
   std::size_t Offset(std::size_t index) const {
@@ -194,8 +207,9 @@ class BinaryReader {
   std::uint64_t Number(std::size_t at, std::size_t size) const {
     Require(at <= bytes_.size() && size <= bytes_.size() - at);
     std::uint64_t value = 0;
-    for (const char byte : bytes_.substr(at, size)) {
-      value = value << 8U | static_cast<unsigned char>(byte);
+    const char* const first = bytes_.data() + at;
+    for (std::size_t i = 0; i < size; ++i) {
+      value = value << 8U | static_cast<unsigned char>(first[i]);
     }
     return value;
   }
@@ -241,11 +255,14 @@ class BinaryReader {
   }
 
   std::string_view bytes_;
+  std::size_t content_left_ = bytes_.size();  // bytes of text and data that may still be read
+  std::size_t references_left_ = kMaxPropertyListObjects;
   std::size_t offset_size_ = 0;
   std::size_t reference_size_ = 0;
   std::size_t table_ = 0;
   std::size_t top_ = 0;
   std::vector<Node> nodes_;
+  DictionaryMaker dictionaries_;
   Ref<CFObjectMBS> flags_[2];
 };
 

@@ -1,7 +1,11 @@
 // The two readers behind ParsePropertyList.
 #pragma once
 
+#include <array>
+#include <functional>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "foundation/stored_objects.h"
 
@@ -9,6 +13,35 @@ namespace tollmere {
 
 // What a reader throws at the first fault; ParsePropertyList answers it with Nil.
 struct MalformedPropertyList {};
+
+// Dictionaries as they are read. A list of alarms holds thousands that have one and the same key and value,
+// its flags; of these each is made once as long as it is among those met lately.
+class DictionaryMaker {
+ public:
+  Ref<CFObjectMBS> Make(std::vector<CFDictionaryListMBS::Entry> entries) {
+    if (entries.size() != 1) {
+      return New<CFDictionaryMBS>(std::move(entries));
+    }
+    const CFObjectMBS* const key = entries[0].first.Get();
+    const CFObjectMBS* const value = entries[0].second.Get();
+    Recent& recent =
+        recent_[(std::hash<const CFObjectMBS*>()(key) / 16 + std::hash<const CFObjectMBS*>()(value) / 32) %
+                recent_.size()];
+    if (recent.dictionary == nullptr || recent.key != key || recent.value != value) {
+      recent = {key, value, New<CFDictionaryMBS>(std::move(entries))};
+    }
+    return recent.dictionary;
+  }
+
+ private:
+  struct Recent {
+    const CFObjectMBS* key = nullptr;  // held by the dictionary, as the value is
+    const CFObjectMBS* value = nullptr;
+    Ref<CFObjectMBS> dictionary;
+  };
+
+  std::array<Recent, 64> recent_;
+};
 
 // `text` is UTF-8. Throws MalformedPropertyList.
 Ref<CFObjectMBS> ParseXmlPropertyList(std::string_view text);

@@ -1,14 +1,19 @@
 // Property lists in XML: a reader for just as much of XML as property lists are written in, and the
 // writer.
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <iterator>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "foundation/calendar_math.h"
+#include "foundation/event_loop.h"
 #include "foundation/property_list.h"
 #include "foundation/property_list_formats.h"
 #include "foundation/text.h"
@@ -58,6 +63,7 @@ double ParseInteger(std::string_view text) {
     // Digits of any number: what 64 bits do not hold is the nearest double, as for every integer.
     Require(!text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos);
     magnitude = Val(text);
+    Require(std::isfinite(magnitude));
   }
   return negative ? -magnitude : magnitude;
 }
@@ -123,7 +129,7 @@ std::string ParseData(std::string_view text) {
     Require(digit != std::string_view::npos && !padded);
     bits = bits << 6U | static_cast<std::uint32_t>(digit);
     if (++digits % 4 != 1) {
-      bytes.push_back(static_cast<char>(bits >> (8U - digits % 4U * 2U) % 8U & 0xFFU));
+      bytes.push_back(static_cast<char>(bits >> (8U - digits % 4 * 2U) % 8U & 0xFFU));
     }
   }
   Require(digits % 4 != 1);
@@ -286,14 +292,17 @@ class XmlReader {
     }
   }
 
-  void Count() { Require(++count_ <= kMaxPropertyListObjects); }
+  void Count() {
+    Require(++count_ <= kMaxPropertyListObjects);
+    Yield();
+  }
 
   Ref<CFObjectMBS> ReadObject(const Tag& tag, std::size_t depth) {
     Require(tag.kind != Tag::kClose);
     Count();
     const std::string_view name = tag.name;
     if (name == "string") {
-      return NewCFStringMBS(ReadContent(tag));
+      return ReadScalar<CFStringMBS>(tag);
     }
     if (name == "dict") {
       return ReadDictionary(tag, depth);
@@ -303,7 +312,7 @@ class XmlReader {
       return Flag(name == "true");
     }
     if (name == "integer") {
-      return New<CFNumberMBS>(ParseInteger(ReadContent(tag)), true);
+      return ReadScalar<CFNumberMBS>(tag);
     }
     if (name == "real") {
       return New<CFNumberMBS>(ParseReal(ReadContent(tag)));
@@ -331,27 +340,84 @@ class XmlReader {
 
   Ref<CFObjectMBS> ReadDictionary(const Tag& tag, std::size_t depth) {
     Require(depth < kMaxPropertyListDepth);
-    std::vector<CFDictionaryListMBS::Entry> entries;
+    // The entries of all open dictionaries stand one behind the other until it is known how many there are.
+    const std::size_t first = open_entries_.size();
     if (tag.kind == Tag::kOpen) {
       for (Tag next = NextTag(); !next.IsEndOf("dict"); next = NextTag()) {
         Require(next.name == "key" && next.kind != Tag::kClose);
         Count();
-        Ref<CFObjectMBS> key = NewCFStringMBS(ReadContent(next));
-        entries.emplace_back(std::move(key), ReadObject(NextTag(), depth + 1));
+        Ref<CFObjectMBS> key = ReadScalar<CFStringMBS>(next);
+        Ref<CFObjectMBS> value = ReadObject(NextTag(), depth + 1);
+        open_entries_.emplace_back(std::move(key), std::move(value));
       }
     }
-    return New<CFDictionaryMBS>(std::move(entries));
+    const auto begin = open_entries_.begin() + static_cast<std::ptrdiff_t>(first);
+    std::vector<CFDictionaryListMBS::Entry> entries(std::make_move_iterator(begin),
+                                                    std::make_move_iterator(open_entries_.end()));
+    open_entries_.resize(first);
+    return dictionaries_.Make(std::move(entries));
+  }
+
+  // Keys, and most texts and integers, come again and again: an object that stands for the same text lately
+  // is taken once more. Each text has its one place, so that no choice of texts can make the search long.
+  struct RecentScalar {
+    std::string_view plain;  // as it stands in the list
+    Ref<CFObjectMBS> object;
+  };
+  static constexpr std::size_t kRecentScalars = 512;
+
+  template <class Scalar>
+  Ref<CFObjectMBS> ReadScalar(const Tag& tag) {
+    if (tag.kind != Tag::kOpen) {
+      return NewScalar<Scalar>({});
+    }
+    const std::string_view plain = PlainContent();
+    const std::string_view rest = text_;
+    if (!Skip("</") || !Skip(tag.name) || !Skip(">")) {
+      text_ = rest;
+      return NewScalar<Scalar>(ReadContent(tag, std::string(plain)));
+    }
+    RecentScalar& recent = recent_[PlaceOf(plain)];
+    if (recent.plain != plain || !IsA<Scalar>(recent.object)) {
+      recent = {plain, NewScalar<Scalar>(std::string(plain))};
+    }
+    return recent.object;
+  }
+
+  template <class Scalar>
+  static Ref<CFObjectMBS> NewScalar(std::string content) {
+    if constexpr (std::is_same_v<Scalar, CFStringMBS>) {
+      return NewCFStringMBS(std::move(content));
+    } else {
+      return New<CFNumberMBS>(ParseInteger(content), true);
+    }
+  }
+
+  static std::size_t PlaceOf(std::string_view text) noexcept {
+    std::uint64_t end = 0;
+    const std::size_t size = std::min(text.size(), sizeof end);
+    if (size > 0) {
+      std::memcpy(&end, text.data() + text.size() - size, size);
+    }
+    constexpr std::uint64_t kMixer = 0x9E37'79B9'7F4A'7C15;
+    return static_cast<std::size_t>((end + text.size()) * kMixer >> 55U);
+  }
+  static_assert(kRecentScalars == std::size_t{1} << (64U - 55U));
+
+  // What stands before the next tag, reference or line break that is not plain text.
+  std::string_view PlainContent() {
+    return Before([](char c) { return c == '<' || c == '&' || c == '\r'; });
   }
 
   // The text within an element, up to and with its end tag.
   std::string ReadContent(const Tag& tag) {
-    std::string content;
-    if (tag.kind == Tag::kEmpty) {
-      return content;
-    }
+    return tag.kind == Tag::kEmpty ? std::string() : ReadContent(tag, {});
+  }
+
+  // The same, behind the `content` that has been read.
+  std::string ReadContent(const Tag& tag, std::string content) {
     while (true) {
-      const std::string_view plain = Before([](char c) { return c == '<' || c == '&' || c == '\r'; });
-      content.append(plain);
+      content.append(PlainContent());
       Require(!text_.empty());
       if (Skip("&")) {
         AppendReference(Until(";"), content);
@@ -402,6 +468,9 @@ class XmlReader {
   std::string_view text_;
   std::size_t count_ = 0;
   Ref<CFObjectMBS> flags_[2];
+  std::array<RecentScalar, kRecentScalars> recent_;
+  DictionaryMaker dictionaries_;
+  std::vector<CFDictionaryListMBS::Entry> open_entries_;
 };
 
 class XmlWriter {
@@ -486,6 +555,9 @@ class XmlWriter {
         break;
       case '&':
         text_ += "&amp;";
+        break;
+      case '\r':
+        text_ += "&#13;";  // As it stands it would be read as a line feed.
         break;
       case '\0':
         AppendUtf8(kReplacementCharacter, text_);  // XML has no way to write it.

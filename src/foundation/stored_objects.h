@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -40,6 +41,8 @@ class CFObjectMBS : public Object {
 // A text, in UTF-8.
 class CFStringMBS final : public CFObjectMBS {
  public:
+  static constexpr TypeId kKind = TypeId::kString;
+
   explicit CFStringMBS(std::string text) : CFObjectMBS(TypeId::kString), text_(std::move(text)) {}
   const std::string& str() const noexcept { return text_; }
 
@@ -47,11 +50,19 @@ class CFStringMBS final : public CFObjectMBS {
   const std::string text_;
 };
 
+// The text without a copy of it: it lives as long as the object.
+inline std::shared_ptr<const std::string> SharedText(const Ref<CFObjectMBS>& holder,
+                                                     const CFStringMBS& text) {
+  return {holder.Pointer(), &text.str()};
+}
+
 inline Ref<CFStringMBS> NewCFStringMBS(std::string text) { return New<CFStringMBS>(std::move(text)); }
 
 // A number of whatever stored width.
 class CFNumberMBS final : public CFObjectMBS {
  public:
+  static constexpr TypeId kKind = TypeId::kNumber;
+
   explicit CFNumberMBS(double value, bool is_integer = false) noexcept
       : CFObjectMBS(TypeId::kNumber), value_(value), is_integer_(is_integer) {}
   double doubleValue() const noexcept { return value_; }
@@ -65,6 +76,8 @@ class CFNumberMBS final : public CFObjectMBS {
 
 class CFBooleanMBS final : public CFObjectMBS {
  public:
+  static constexpr TypeId kKind = TypeId::kBoolean;
+
   explicit CFBooleanMBS(bool value) noexcept : CFObjectMBS(TypeId::kBoolean), value_(value) {}
   bool Value() const noexcept { return value_; }
 
@@ -74,6 +87,8 @@ class CFBooleanMBS final : public CFObjectMBS {
 
 class CFBinaryDataMBS final : public CFObjectMBS {
  public:
+  static constexpr TypeId kKind = TypeId::kData;
+
   explicit CFBinaryDataMBS(std::string bytes) : CFObjectMBS(TypeId::kData), bytes_(std::move(bytes)) {}
   // All its bytes.
   const std::string& Str() const noexcept { return bytes_; }
@@ -85,6 +100,8 @@ class CFBinaryDataMBS final : public CFObjectMBS {
 // A moment in seconds since 1 January 2001, 00:00:00 UTC; any double.
 class CFDateMBS final : public CFObjectMBS {
  public:
+  static constexpr TypeId kKind = TypeId::kDate;
+
   explicit CFDateMBS(double seconds) noexcept : CFObjectMBS(TypeId::kDate), seconds_(seconds) {}
   double AbsoluteTime() const noexcept { return seconds_; }
 
@@ -94,6 +111,8 @@ class CFDateMBS final : public CFObjectMBS {
 
 class CFArrayMBS final : public CFObjectMBS {
  public:
+  static constexpr TypeId kKind = TypeId::kArray;
+
   explicit CFArrayMBS(std::vector<Ref<CFObjectMBS>> items)
       : CFObjectMBS(TypeId::kArray), items_(std::move(items)) {}
   std::size_t Count() const noexcept { return items_.size(); }
@@ -119,14 +138,19 @@ class CFDictionaryListMBS final : public Object {
   const std::vector<Entry> entries_;
 };
 
-class CFDictionaryMBS final : public CFObjectMBS {
+class CFDictionaryMBS final : public CFObjectMBS, public std::enable_shared_from_this<CFDictionaryMBS> {
  public:
+  static constexpr TypeId kKind = TypeId::kDictionary;
+
   explicit CFDictionaryMBS(std::vector<CFDictionaryListMBS::Entry> entries)
-      : CFObjectMBS(TypeId::kDictionary), list_(New<CFDictionaryListMBS>(std::move(entries))) {}
-  const Ref<CFDictionaryListMBS>& List() const noexcept { return list_; }
+      : CFObjectMBS(TypeId::kDictionary), list_(std::move(entries)) {}
+  // Lives within the dictionary and holds on to it.
+  Ref<CFDictionaryListMBS> List() const {
+    return Ref<CFDictionaryListMBS>(std::shared_ptr<CFDictionaryListMBS>(shared_from_this(), &list_));
+  }
 
  private:
-  const Ref<CFDictionaryListMBS> list_;
+  mutable CFDictionaryListMBS list_;  // which nothing can change
 };
 
 }  // namespace tollmere

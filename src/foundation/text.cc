@@ -24,6 +24,25 @@ struct ParsedNumber {
   std::size_t length = 0;  // of the text that was read, blanks and sign included; 0: no number
 };
 
+// Most numbers are a few digits and nothing else, and need no more than this. Returns where they end, or null
+// for any other number.
+const char* ReadPlainDigits(const char* at, const char* end, double& value) noexcept {
+  constexpr std::ptrdiff_t kExactDigits = 15;  // any so many make a whole number that a double holds
+  const char* const begin = at;
+  std::int64_t number = 0;
+  for (; at != end && IsDigit(*at); ++at) {
+    if (at - begin == kExactDigits) {
+      return nullptr;
+    }
+    number = number * 10 + (*at - '0');
+  }
+  if (at == begin || (at != end && (*at == '.' || *at == 'e' || *at == 'E'))) {
+    return nullptr;
+  }
+  value = static_cast<double>(number);
+  return at;
+}
+
 ParsedNumber ParseNumber(std::string_view text) noexcept {
   const char* const end = text.data() + text.size();
   const char* at = std::find_if_not(text.data(), end, IsBlank);
@@ -37,6 +56,10 @@ ParsedNumber ParseNumber(std::string_view text) noexcept {
     return {};
   }
   double magnitude = 0.0;
+  const char* const plain_end = ReadPlainDigits(at, end, magnitude);
+  if (plain_end != nullptr) {
+    return {negative ? -magnitude : magnitude, static_cast<std::size_t>(plain_end - text.data())};
+  }
   const auto [stop, error] = std::from_chars(at, end, magnitude, std::chars_format::general);
   if (error == std::errc::result_out_of_range) {
     // Too large or too small for a double: the exponent's sign tells which.
@@ -95,15 +118,7 @@ std::string Format(double value, std::string_view mask) {
 
 std::vector<std::string_view> Split(std::string_view text, std::string_view delimiter) {
   std::vector<std::string_view> pieces;
-  while (!delimiter.empty()) {
-    const std::size_t at = text.find(delimiter);
-    if (at == std::string_view::npos) {
-      break;
-    }
-    pieces.push_back(text.substr(0, at));
-    text.remove_prefix(at + delimiter.size());
-  }
-  pieces.push_back(text);
+  ForEachPiece(text, delimiter, [&](std::string_view piece) { pieces.push_back(piece); });
   return pieces;
 }
 

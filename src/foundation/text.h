@@ -37,6 +37,18 @@ std::string Format(double value, std::string_view mask);
 // empty piece. An empty delimiter divides nothing.
 std::vector<std::string_view> Split(std::string_view text, std::string_view delimiter);
 
+// The same pieces, each given to `act` in its turn.
+template <class Action>
+void ForEachPiece(std::string_view text, std::string_view delimiter, Action act) {
+  std::size_t at = delimiter.empty() ? std::string_view::npos : text.find(delimiter);
+  while (at != std::string_view::npos) {
+    act(text.substr(0, at));
+    text.remove_prefix(at + delimiter.size());
+    at = text.find(delimiter);
+  }
+  act(text);
+}
+
 // The first `count` characters, or all of the text if it is shorter. A byte that is no part of
 // UTF-8 counts as a character.
 std::string_view Left(std::string_view text, std::size_t count) noexcept;

@@ -1,5 +1,8 @@
 #include "foundation/unicode.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace tollmere {
 namespace {
 
@@ -11,9 +14,16 @@ unsigned ByteAt(std::string_view text, std::size_t at) noexcept {
 
 bool IsSurrogate(char32_t code_point) noexcept { return code_point >= 0xD800 && code_point <= 0xDFFF; }
 
-// Runs of plain ASCII are the common case and are passed over eight bytes at a time elsewhere; here
-// it is enough not to decode them.
+// Runs of plain ASCII are the common case and are passed over eight bytes at a time.
 std::size_t AsciiRun(std::string_view text, std::size_t from) noexcept {
+  constexpr std::uint64_t kHighBits = 0x8080'8080'8080'8080;
+  std::uint64_t bytes = 0;
+  for (; from + sizeof bytes <= text.size(); from += sizeof bytes) {
+    std::memcpy(&bytes, text.data() + from, sizeof bytes);
+    if ((bytes & kHighBits) != 0) {
+      break;
+    }
+  }
   while (from < text.size() && ByteAt(text, from) < 0x80) {
     ++from;
   }

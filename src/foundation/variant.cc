@@ -7,8 +7,12 @@
 namespace tollmere {
 
 Variant StringToVariant(std::string value) {
+  return StringToVariant(std::make_shared<const std::string>(std::move(value)));
+}
+
+Variant StringToVariant(std::shared_ptr<const std::string> value) noexcept {
   Variant variant;
-  variant.value_.emplace<std::string>(std::move(value));
+  variant.value_.emplace<Variant::SharedText>(std::move(value));
   return variant;
 }
 

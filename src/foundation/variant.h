@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -23,23 +24,38 @@ class Variant {
   // Nil Variant.
   template <class Kind>
   const Kind* If() const noexcept {
-    return std::get_if<Kind>(&value_);
+    if constexpr (std::is_same_v<Kind, std::string>) {
+      const SharedText* text = std::get_if<SharedText>(&value_);
+      return text != nullptr ? text->get() : nullptr;
+    } else {
+      return std::get_if<Kind>(&value_);
+    }
   }
 
   // Same kind and same value; texts with case, objects by identity.
-  bool operator==(const Variant&) const = default;
+  bool operator==(const Variant& other) const noexcept {
+    const std::string* text = If<std::string>();
+    const std::string* other_text = other.If<std::string>();
+    return text != nullptr && other_text != nullptr ? *text == *other_text : value_ == other.value_;
+  }
 
  private:
+  // Copies of a Variant share its text, which nobody changes.
+  using SharedText = std::shared_ptr<const std::string>;
+
   friend Variant StringToVariant(std::string);
+  friend Variant StringToVariant(std::shared_ptr<const std::string>) noexcept;
   friend Variant Int32ToVariant(std::int32_t) noexcept;
   friend Variant DoubleToVariant(double) noexcept;
   friend Variant BooleanToVariant(bool) noexcept;
   friend Variant ObjectToVariant(Ref<Object>) noexcept;
 
-  std::variant<std::monostate, std::string, std::int32_t, double, bool, Ref<Object>> value_;
+  std::variant<std::monostate, SharedText, std::int32_t, double, bool, Ref<Object>> value_;
 };
 
 Variant StringToVariant(std::string value);
+// Of a text that somebody else holds too; not null.
+Variant StringToVariant(std::shared_ptr<const std::string> value) noexcept;
 Variant Int32ToVariant(std::int32_t value) noexcept;
 Variant DoubleToVariant(double value) noexcept;
 Variant BooleanToVariant(bool value) noexcept;

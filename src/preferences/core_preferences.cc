@@ -12,6 +12,14 @@ Ref<CFObjectMBS> StoredValue(std::string_view key) {
   return xPreferences->CopyAppValue(NewCFStringMBS(std::string(key)), TLMDomain());
 }
 
+// A key as ToStringZDN gives it, which of a stored text is the text itself.
+Variant TextOf(const Ref<CFObjectMBS>& key) {
+  const auto* text = If<CFStringMBS>(key);
+  return StringToVariant(text != nullptr
+                             ? SharedText(key, *text)
+                             : std::make_shared<const std::string>(GlobalMethods::ToStringZDN(key, "")));
+}
+
 Variant ArrayFromCFArray(const CFArrayMBS& stored) {
   Ref<DictionaryArray> array = New<DictionaryArray>();
   array->Items.reserve(stored.Count());
@@ -75,10 +83,11 @@ std::vector<Ref<Dictionary>> GetPrefsDictionariesValue(std::string_view key) {
     return dictionaries;
   }
   const CFArrayMBS& array = *Cast<CFArrayMBS>(value);
+  dictionaries.reserve(array.Count());
   for (std::size_t i = 0; i < array.Count(); ++i) {
     // Unlike within a dictionary, a foreign element is skipped here.
-    if (IsA<CFDictionaryMBS>(array.Item(i))) {
-      dictionaries.push_back(RBDictFromCFDict(Cast<CFDictionaryMBS>(array.Item(i))->List()));
+    if (const auto* stored = If<CFDictionaryMBS>(array.Item(i))) {
+      dictionaries.push_back(RBDictFromCFDict(stored->List()));
     }
     Yield();
   }
@@ -87,21 +96,21 @@ std::vector<Ref<Dictionary>> GetPrefsDictionariesValue(std::string_view key) {
 
 Ref<Dictionary> RBDictFromCFDict(const Ref<CFDictionaryListMBS>& list) {
   Ref<Dictionary> dictionary = New<Dictionary>();
-  dictionary->Reserve(list->Count());
-  for (std::size_t i = 0; i < list->Count(); ++i) {
-    Variant key = StringToVariant(GlobalMethods::ToStringZDN(list->Key(i), ""));
+  const std::size_t count = list->Count();
+  dictionary->Reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    Variant key = TextOf(list->Key(i));
     const Ref<CFObjectMBS>& value = list->Value(i);
-    if (IsA<CFStringMBS>(value)) {
-      dictionary->SetValue(std::move(key), StringToVariant(Cast<CFStringMBS>(value)->str()));
-    } else if (IsA<CFNumberMBS>(value)) {
-      dictionary->SetValue(std::move(key), DoubleToVariant(Cast<CFNumberMBS>(value)->doubleValue()));
-    } else if (IsA<CFBooleanMBS>(value)) {
-      dictionary->SetValue(std::move(key), BooleanToVariant(Cast<CFBooleanMBS>(value)->Value()));
-    } else if (IsA<CFDictionaryMBS>(value)) {
-      dictionary->SetValue(std::move(key),
-                           ObjectToVariant(RBDictFromCFDict(Cast<CFDictionaryMBS>(value)->List())));
-    } else if (IsA<CFArrayMBS>(value)) {
-      dictionary->SetValue(std::move(key), ArrayFromCFArray(*Cast<CFArrayMBS>(value)));
+    if (const auto* text = If<CFStringMBS>(value)) {
+      dictionary->SetValue(std::move(key), StringToVariant(SharedText(value, *text)));
+    } else if (const auto* number = If<CFNumberMBS>(value)) {
+      dictionary->SetValue(std::move(key), DoubleToVariant(number->doubleValue()));
+    } else if (const auto* flag = If<CFBooleanMBS>(value)) {
+      dictionary->SetValue(std::move(key), BooleanToVariant(flag->Value()));
+    } else if (const auto* nested = If<CFDictionaryMBS>(value)) {
+      dictionary->SetValue(std::move(key), ObjectToVariant(RBDictFromCFDict(nested->List())));
+    } else if (const auto* array = If<CFArrayMBS>(value)) {
+      dictionary->SetValue(std::move(key), ArrayFromCFArray(*array));
     } else {
       System::DebugLog("Unhandled RBDictFromCFDict() of type: " + value->TypeDescription());
     }

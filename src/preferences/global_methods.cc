@@ -72,13 +72,11 @@ std::string ToStringZDN(const Ref<CFObjectMBS>& obj, std::string_view name) {
 }
 
 std::vector<double> SplitDoubleArrayZDN(std::string_view text, std::string_view delimiter) {
-  const std::vector<std::string_view> pieces = Split(text, delimiter);
   std::vector<double> numbers;
-  numbers.reserve(pieces.size());
-  for (const std::string_view piece : pieces) {
+  ForEachPiece(text, delimiter, [&](std::string_view piece) {
     numbers.push_back(Val(piece));
     Yield();
-  }
+  });
   return numbers;
 }
 

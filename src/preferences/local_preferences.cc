@@ -18,10 +18,11 @@ void LogNextRing(const char* beginning, const TLMAlarm& alarm, const std::string
 void LogAndRemember(const TLMAlarm& alarm) {
   const Variant key = Int32ToVariant(alarm.UniqueID);
   const Ref<Date>& next = alarm.NextRingDateTime;
-  if (!RememberedNextRingDates->HasKey(key)) {
+  const Variant* const known = RememberedNextRingDates->If(key);
+  if (known == nullptr) {
     LogNextRing("Found Alarm \"", alarm, next != nullptr ? RingText(*next) : "Never");
   } else {
-    const auto remembered = Cast<Date>(VariantToObject(RememberedNextRingDates->Value(key)));
+    const auto remembered = Cast<Date>(VariantToObject(*known));
     const double r = remembered != nullptr ? remembered->TotalSeconds() : 0.0;
     const double n = next != nullptr ? next->TotalSeconds() : 0.0;
     if (r != n && n == 0.0) {
@@ -59,12 +60,13 @@ void Reload() {
 }
 
 std::vector<Ref<Date>> Exclusions_Get() {
-  std::vector<Ref<Date>> days;
   const std::string text = CorePreferencesModified::GetPrefsStrValue("Exclusions", false);
-  for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(text, ",")) {
-    Ref<Date> day = New<Date>();
-    day->SetTotalSeconds(seconds);
-    days.push_back(std::move(day));
+  const std::vector<double> moments = GlobalMethods::SplitDoubleArrayZDN(text, ",");
+  std::vector<Ref<Date>> days;
+  days.reserve(moments.size());
+  for (const double seconds : moments) {
+    days.push_back(DateAt(seconds));
+    Yield();
   }
   return days;
 }

@@ -106,7 +106,8 @@ class TLMAlarm {
                                                                        std::int32_t iYear) const;
 
   // True when `d` lies on a day that the alarm's own list excludes, or the global one.
-  bool IsExcluded(const Date& d) const;
+  bool IsExcluded(const Date& d) const { return IsDayExcluded(d.Year(), d.Month(), d.Day()); }
+  bool IsDayExcluded(std::int32_t year, std::int32_t month, std::int32_t day) const;
 };
 
 }  // namespace tollmere

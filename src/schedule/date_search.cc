@@ -28,12 +28,14 @@ void TLMAlarm::SetNextRingTime_Date(std::optional<Date>& dNext, const Date& dSta
   dLimit.SetTotalSeconds(dStart.TotalSeconds());
   dLimit.SetYear(dLimit.Year() + 10);
 
+  const double start = dStart.TotalSeconds();
+  const double limit = dLimit.TotalSeconds();
   for (;; dTry.SetDay(dTry.Day() + 1), Yield()) {
-    if (dTry.TotalSeconds() >= dLimit.TotalSeconds()) {
+    if (dTry.TotalSeconds() >= limit) {
       dNext.reset();
       return;
     }
-    if (dTry.TotalSeconds() < dStart.TotalSeconds()) {
+    if (dTry.TotalSeconds() < start) {
       continue;
     }
     if ((DateYear != kAny && DateYear != dTry.Year()) || (DateMonth != kAny && DateMonth != dTry.Month()) ||

@@ -5,9 +5,9 @@
 namespace tollmere {
 namespace {
 
-bool HoldsDay(const std::vector<Ref<Date>>& days, const Date& d) {
-  for (const Ref<Date>& day : days) {
-    if (day->Year() == d.Year() && day->Month() == d.Month() && day->Day() == d.Day()) {
+bool HoldsDay(const std::vector<Ref<Date>>& days, std::int32_t year, std::int32_t month, std::int32_t day) {
+  for (const Ref<Date>& excluded : days) {
+    if (excluded->Year() == year && excluded->Month() == month && excluded->Day() == day) {
       return true;
     }
     Yield();
@@ -17,9 +17,10 @@ bool HoldsDay(const std::vector<Ref<Date>>& days, const Date& d) {
 
 }  // namespace
 
-bool TLMAlarm::IsExcluded(const Date& d) const {
+bool TLMAlarm::IsDayExcluded(std::int32_t year, std::int32_t month, std::int32_t day) const {
   // The global list is read, afresh, only when the alarm's own has not answered.
-  return HoldsDay(Exclusions, d) || HoldsDay(LocalPreferences::Exclusions_Get(), d);
+  return HoldsDay(Exclusions, year, month, day) ||
+         HoldsDay(LocalPreferences::Exclusions_Get(), year, month, day);
 }
 
 }  // namespace tollmere

@@ -1,6 +1,4 @@
 // The frame that all kinds of alarm share: the guards, the floor, the candidate, and the final test.
-#include <cmath>
-
 #include "schedule/alarm.h"
 
 namespace tollmere {
@@ -54,7 +52,7 @@ void TLMAlarm::SetNextRingTime(const Ref<Date>& d) {
       break;  // The candidate stands as it is.
   }
 
-  if (dNext.has_value() && std::floor(dNext->TotalSeconds()) >= std::floor(dStart.TotalSeconds())) {
+  if (dNext.has_value() && dNext->WholeSeconds() >= dStart.WholeSeconds()) {
     NextRingDateTime = CopyOf(*dNext);
   } else {
     NextRingDateTime = nullptr;

@@ -25,8 +25,9 @@ void TLMAlarm::SetNextRingTime_Weekly(std::optional<Date>& dNext, const Date& dS
     return;
   }
 
+  const double start = dStart.TotalSeconds();
   for (;; dTry.SetDay(dTry.Day() + 1), Yield()) {
-    if (dTry.TotalSeconds() < dStart.TotalSeconds()) {
+    if (dTry.TotalSeconds() < start) {
       continue;
     }
     if (!WeeklyDays[static_cast<std::size_t>(dTry.DayOfWeek() - 1)]) {

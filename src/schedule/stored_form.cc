@@ -8,27 +8,31 @@ namespace tollmere {
 namespace {
 
 bool LookupBoolean(const Dictionary& d, std::string_view key, bool otherwise) {
-  return VariantToBoolean(d.Lookup(key, BooleanToVariant(otherwise)));
+  const Variant* value = d.If(key);
+  return value != nullptr ? VariantToBoolean(*value) : otherwise;
 }
 
 std::int32_t LookupInt32(const Dictionary& d, std::string_view key, std::int32_t otherwise) {
-  return VariantToInt32(d.Lookup(key, Int32ToVariant(otherwise)));
+  const Variant* value = d.If(key);
+  return value != nullptr ? VariantToInt32(*value) : otherwise;
 }
 
 std::string LookupString(const Dictionary& d, std::string_view key) {
-  return VariantToString(d.Lookup(key, StringToVariant("")));
+  const Variant* value = d.If(key);
+  return value != nullptr ? VariantToString(*value) : std::string();
 }
 
-// A stored value as a dictionary. Nil passes, and is noticed when it is used.
-Ref<Dictionary> DictionaryOf(const Variant& value) {
+// A stored value as a dictionary.
+const Dictionary& DictionaryOf(const Variant& value) {
   if (value.IsNil()) {
-    return nullptr;
+    throw NilObjectException();
   }
-  const Ref<Object> object = VariantToObject(value);
-  if (object == nullptr) {
-    throw IllegalCastException();  // a text, a number, a flag
+  const auto* object = value.If<Ref<Object>>();
+  const Dictionary* dictionary = object != nullptr ? If<Dictionary>(*object) : nullptr;
+  if (dictionary == nullptr) {
+    throw IllegalCastException();  // a text, a number, a flag, an array
   }
-  return Cast<Dictionary>(object);
+  return *dictionary;
 }
 
 // Reads {"x0": {flag_key: boolean}, "x1": ...} into `flags`. A missing item leaves its flag as it is; an item
@@ -36,15 +40,15 @@ Ref<Dictionary> DictionaryOf(const Variant& value) {
 template <std::size_t kCount>
 void ReadFlags(const Dictionary& d, std::string_view key, std::string_view flag_key,
                std::array<bool, kCount>& flags) {
-  if (!d.HasKey(key)) {
+  const Variant* value = d.If(key);
+  if (value == nullptr) {
     return;
   }
-  const Ref<Dictionary> items = DictionaryOf(d.Value(key));
+  const Dictionary& items = DictionaryOf(*value);
   for (std::size_t i = 0; i < kCount; ++i) {
-    const std::string item = "x" + Str(static_cast<std::int32_t>(i));
-    const std::string_view item_key = item;
-    if (items->HasKey(item_key)) {
-      flags[i] = LookupBoolean(*DictionaryOf(items->Value(item_key)), flag_key, false);
+    const std::string item_key = "x" + Str(static_cast<std::int32_t>(i));
+    if (const Variant* item = items.If(std::string_view(item_key))) {
+      flags[i] = LookupBoolean(DictionaryOf(*item), flag_key, false);
     }
     Yield();
   }
@@ -73,9 +77,7 @@ void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   DateYear = LookupInt32(*d, "DateYear", now.Year());
   SetEnabled(LookupBoolean(*d, "Enabled", true));
   for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(LookupString(*d, "Exclusions"), ",")) {
-    Ref<Date> day = New<Date>();
-    day->SetTotalSeconds(seconds);
-    Exclusions.push_back(std::move(day));
+    Exclusions.push_back(DateAt(seconds));
     Yield();
   }
   Hour = LookupInt32(*d, "Hour", now.Hour());
@@ -85,8 +87,7 @@ void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   IsPreset = LookupBoolean(*d, "IsPreset", false);
   // Behind Enabled, whose setter may have cleared the field.
   if (d->HasKey("LastRungDateTime")) {
-    LastRungDateTime = New<Date>();
-    LastRungDateTime->SetTotalSeconds(VariantToDouble(d->Value("LastRungDateTime")));
+    LastRungDateTime = DateAt(VariantToDouble(d->Value("LastRungDateTime")));
   }
   Minute = LookupInt32(*d, "Minute", now.Minute());
   Name = LookupString(*d, "Name");

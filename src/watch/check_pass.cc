@@ -1,13 +1,9 @@
-#include <cmath>
-
 #include "preferences/core_preferences.h"
 #include "preferences/local_preferences.h"
 #include "watch/check_alarms_timer.h"
 
 namespace tollmere {
 namespace {
-
-double FloorSeconds(const Date& date) { return std::floor(date.TotalSeconds()); }
 
 bool RingPastAlarms() { return CorePreferencesModified::GetPrefsBoolValue("RingPastAlarms"); }
 
@@ -19,7 +15,7 @@ void WalkTo(const Date& target) {
     walk->SetSecond(walk->Second() + 1);
     CheckAlarmsTimer::CheckAlarms(walk);
     Yield();
-  } while (FloorSeconds(*walk) != FloorSeconds(target));
+  } while (walk->WholeSeconds() != target.WholeSeconds());
 }
 
 // Has one watched alarm ring if the moment under test is its own. `d` is the walked second, or Nil.
@@ -34,7 +30,7 @@ void CheckAlarm(TLMAlarm& alarm, const Ref<Date>& d) {
   if (alarm.Type != AlarmTypeTimer) {
     test.SetSecond(0);
   }
-  if (alarm.LastRungDateTime != nullptr && FloorSeconds(*alarm.LastRungDateTime) == FloorSeconds(test)) {
+  if (alarm.LastRungDateTime != nullptr && alarm.LastRungDateTime->WholeSeconds() == test.WholeSeconds()) {
     return;  // It has rung in this minute.
   }
   if (alarm.NextRingDateTime == nullptr) {
@@ -43,11 +39,11 @@ void CheckAlarm(TLMAlarm& alarm, const Ref<Date>& d) {
       alarm.SetEnabled(false);
       alarm.Execute(false, false);
     }
-  } else if (FloorSeconds(*alarm.NextRingDateTime) < FloorSeconds(test)) {
+  } else if (alarm.NextRingDateTime->WholeSeconds() < test.WholeSeconds()) {
     if (RingPastAlarms()) {
       alarm.Execute(false, false);
     }
-  } else if (FloorSeconds(*alarm.NextRingDateTime) == FloorSeconds(test)) {
+  } else if (alarm.NextRingDateTime->WholeSeconds() == test.WholeSeconds()) {
     alarm.Execute(false, false);
   }
 }
@@ -59,7 +55,7 @@ void CheckAlarmsTimer::CheckAlarms(const Ref<Date>& d) {
     const Date target;
     Date one_second_ago;
     one_second_ago.SetTotalSeconds(one_second_ago.TotalSeconds() - 1.0);
-    if (FloorSeconds(*dRecentCheck) < FloorSeconds(one_second_ago)) {
+    if (dRecentCheck->WholeSeconds() < one_second_ago.WholeSeconds()) {
       WalkTo(target);  // The last walked second has left dRecentCheck where it belongs.
       return;
     }

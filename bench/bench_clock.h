@@ -1,0 +1,23 @@
+// The clock of the benchmarks: the machine's own, or one that stands still where it has been put.
+#pragma once
+
+#include <cstdint>
+
+namespace tollmere {
+
+// Every search begins here, so that it covers the same days whenever the benchmarks are run: Wednesday,
+// 10 June 2026, 10:42:00 in Berlin, in seconds since 1970.
+inline constexpr std::int64_t kBenchMoment = 1'781'080'920;
+
+// Puts the clock to a moment for as long as it lives; the machine's own clock runs again after it.
+class StandingClock {
+ public:
+  explicit StandingClock(std::int64_t moment = kBenchMoment) noexcept { Put(moment); }
+  ~StandingClock();
+  StandingClock(const StandingClock&) = delete;
+  StandingClock& operator=(const StandingClock&) = delete;
+
+  static void Put(std::int64_t moment) noexcept;
+};
+
+}  // namespace tollmere

@@ -1,0 +1,111 @@
+// SetNextRingTime(Nil) whole, one alarm of each kind. Every search begins at kBenchMoment.
+#include "bench_clock.h"
+#include "measured.h"
+#include "preferences/local_preferences.h"
+#include "sample_alarms.h"
+#include "sample_domain.h"
+#include "schedule/alarm.h"
+
+namespace tollmere {
+namespace {
+
+using Prepare = void (*)(TLMAlarm&);
+
+Ref<TLMAlarm> AlarmAt(std::int32_t type, std::int32_t hour, std::int32_t minute) {
+  const Ref<TLMAlarm> alarm = TLMAlarm::Make();
+  alarm->Type = type;
+  alarm->Hour = hour;
+  alarm->Minute = minute;
+  alarm->DateYear = alarm->DateMonth = alarm->DateDay = kAny;
+  return alarm;
+}
+
+// `pieces` is how many days the search walks where figures are given for one day, else 1.
+void NextRing(benchmark::State& state, std::int32_t type, Prepare prepare, std::int64_t pieces) {
+  const StandingClock clock;
+  const SampleDomain domain(PropertyListValue::Dictionary{});
+  const Ref<TLMAlarm> alarm = AlarmAt(type, 7, 30);
+  prepare(*alarm);
+  for (auto _ : state) {
+    alarm->SetNextRingTime(nullptr);
+    benchmark::DoNotOptimize(alarm->NextRingDateTime.Get());
+  }
+  SetPieces(state, pieces);
+}
+
+BENCHMARK_CAPTURE(
+    NextRing, daily, AlarmTypeDate, [](TLMAlarm&) {}, 1)
+    ->Name("NextRing/Daily");
+BENCHMARK_CAPTURE(
+    NextRing, weekly, AlarmTypeWeekly, [](TLMAlarm& alarm) { alarm.WeeklyDays[1] = true; }, 1)
+    ->Name("NextRing/Weekly");
+BENCHMARK_CAPTURE(
+    NextRing, never_date, AlarmTypeDate,
+    [](TLMAlarm& alarm) {
+      alarm.DateMonth = 4;
+      alarm.DateDay = 31;
+    },
+    3652)
+    ->Name("NextRing/NeverDate");
+BENCHMARK_CAPTURE(
+    NextRing, leap_day, AlarmTypeDate,
+    [](TLMAlarm& alarm) {
+      alarm.DateMonth = 2;
+      alarm.DateDay = 29;
+    },
+    629)
+    ->Name("NextRing/LeapDay");
+BENCHMARK_CAPTURE(
+    NextRing, last_friday, AlarmTypeWeeklyRelative,
+    [](TLMAlarm& alarm) {
+      alarm.WeeklyDaysRelativeFromMonthEnd = true;
+      alarm.WeeklyDaysRelativeOccurrences[0] = true;
+      alarm.WeeklyDaysRelative[5] = true;
+    },
+    1)
+    ->Name("NextRing/LastFriday");
+BENCHMARK_CAPTURE(
+    NextRing, tuesdays, AlarmTypeWeeklyRelative,
+    [](TLMAlarm& alarm) {
+      alarm.WeeklyDaysRelativeOccurrences[1] = alarm.WeeklyDaysRelativeOccurrences[3] = true;
+      alarm.WeeklyDaysRelative[2] = true;
+    },
+    1)
+    ->Name("NextRing/SecondAndFourthTuesday");
+BENCHMARK_CAPTURE(
+    NextRing, never_relative, AlarmTypeWeeklyRelative,
+    [](TLMAlarm& alarm) { alarm.WeeklyDaysRelative.fill(true); }, 9344)
+    ->Name("NextRing/NeverRelative");
+
+constexpr int kExclusions = 100;
+
+// A daily alarm whose next hundred days are excluded by its own list, and the hundred behind them by
+// the global one.
+void NextRingExcluded(benchmark::State& state) {
+  const StandingClock clock;
+  const SampleDomain domain({{"Exclusions", ExclusionText(kExclusions, kExclusions)}});
+  const Ref<TLMAlarm> alarm = AlarmAt(AlarmTypeDate, 10, 45);
+  for (int day = 0; day < kExclusions; ++day) {
+    const Ref<Date> excluded = New<Date>();
+    excluded->SetDay(excluded->Day() + day);
+    alarm->Exclusions.push_back(excluded);
+  }
+  for (auto _ : state) {
+    alarm->SetNextRingTime(nullptr);
+    benchmark::DoNotOptimize(alarm->NextRingDateTime.Get());
+  }
+}
+BENCHMARK(NextRingExcluded)->Name("NextRing/Excluded");
+
+// The part of it that is done for each of the last 101 days.
+void ExclusionsGet(benchmark::State& state) {
+  const StandingClock clock;
+  const SampleDomain domain({{"Exclusions", ExclusionText(kExclusions, kExclusions)}});
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(LocalPreferences::Exclusions_Get());
+  }
+}
+BENCHMARK(ExclusionsGet)->Name("NextRing/Excluded/GlobalListOnce");
+
+}  // namespace
+}  // namespace tollmere
