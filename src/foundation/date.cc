@@ -24,15 +24,18 @@ constexpr std::int64_t kFirstSecond =
 constexpr std::int64_t kLastSecond =
     DaysFromCivil(std::numeric_limits<std::int32_t>::max(), 12, 31) * kSecondsPerDay + kSecondsPerDay - 1;
 
-// The wall clock of the machine's own place, in seconds since 1970 as if that place were at UTC.
+// What a clock on the wall of the machine's own place shows, in seconds since 1904.
 std::int64_t LocalSeconds(std::int64_t wall_clock) noexcept {
   tzset();  // A zone that the user changes is taken up without a restart.
   const std::time_t moment = wall_clock;
   std::tm fields{};
   if (localtime_r(&moment, &fields) == nullptr) {
-    return wall_clock;  // No calendar reaches this far.
+    return wall_clock + kSecondsTo1970;  // No calendar reaches this far.
   }
-  return wall_clock + fields.tm_gmtoff;
+  // From the fields and not from the offset to UTC, since there are zones that count leap seconds.
+  const std::int64_t days =
+      DaysFromCivil(std::int64_t{fields.tm_year} + 1900, fields.tm_mon + 1, fields.tm_mday);
+  return days * kSecondsPerDay + fields.tm_hour * 3600 + fields.tm_min * 60 + std::min(fields.tm_sec, 59);
 }
 
 }  // namespace
@@ -43,7 +46,7 @@ const Date::State& Date::Present() noexcept {
   static State remembered{};
   const std::int64_t wall_clock = ReadWallClock();
   if (wall_clock != remembered_second) [[unlikely]] {
-    remembered = AtSecond(LocalSeconds(wall_clock) + kSecondsTo1970, 0.0);
+    remembered = AtSecond(LocalSeconds(wall_clock), 0.0);
     remembered_second = wall_clock;
   }
   return remembered;

@@ -45,9 +45,11 @@ void PrepareSignals() {
   for (const int signal : kEndSignals) {
     sigaction(signal, &action, nullptr);
   }
-  // A log whose reader has gone away is no reason to end.
+  // A log whose reader has gone away is no reason to end, nor is a terminal that lets no background
+  // process write a reason to stand still.
   action.sa_handler = SIG_IGN;
   sigaction(SIGPIPE, &action, nullptr);
+  sigaction(SIGTTOU, &action, nullptr);
   // The children that this process starts are waited for one by one; whoever started the agent may
   // have had other plans, and may have blocked the signals that end it.
   action.sa_handler = SIG_DFL;
@@ -143,10 +145,13 @@ void Timer::Fire() {
   in_action_ = true;
   CallAction();
   in_action_ = false;
-  // On to the next point of the grid that lies ahead: what the action missed is dropped.
+  // On to the next point of the grid that lies ahead, unless the action has begun a new one: what the action
+  // missed is dropped.
   const std::int64_t period = std::max(period_, 1) * kNanosecondsPerMillisecond;
-  const std::int64_t missed = (MonotonicClock() - next_expiry_) / period;
-  next_expiry_ += (missed + 1) * period;
+  const std::int64_t late = MonotonicClock() - next_expiry_;
+  if (late >= 0) {
+    next_expiry_ += (late / period + 1) * period;
+  }
 }
 
 void Application::Run() {

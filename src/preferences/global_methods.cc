@@ -36,7 +36,7 @@ bool CBool(const Variant& v) {
   if (IsFalseWord(t)) {
     return false;
   }
-  return !(IsNumeric(v) && Val(t) == 0.0);
+  return !(IsNumeric(v) && VariantToDouble(v) == 0.0);  // For a text this is its Val.
 }
 
 bool ToBooleanZDN(const Ref<CFObjectMBS>& obj, std::string_view name) {

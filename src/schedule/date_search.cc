@@ -1,4 +1,7 @@
 // Date alarms: once, yearly, monthly or daily, by which of year, month and day are "any".
+#include <algorithm>
+#include <limits>
+
 #include "foundation/event_loop.h"
 #include "schedule/alarm.h"
 
@@ -26,7 +29,7 @@ void TLMAlarm::SetNextRingTime_Date(std::optional<Date>& dNext, const Date& dSta
   dTry.SetMinute(dNext->Minute());
   Date dLimit;
   dLimit.SetTotalSeconds(dStart.TotalSeconds());
-  dLimit.SetYear(dLimit.Year() + 10);
+  dLimit.SetYear(std::min(dLimit.Year(), std::numeric_limits<std::int32_t>::max() - 10) + 10);
 
   const double start = dStart.TotalSeconds();
   const double limit = dLimit.TotalSeconds();

@@ -3,6 +3,13 @@
 #include "schedule/alarm.h"
 
 namespace tollmere {
+namespace {
+
+// No month has more days. The walks know their end by the month, but in the last month that a year of
+// 32 bits can show there is no next one.
+constexpr std::int32_t kLongestMonth = 31;
+
+}  // namespace
 
 // The fields of dDay are assigned in this order on purpose, and the month's length is counted and not
 // looked up. dDay begins on today's day of the month. Where the month has no such day, it rolls into
@@ -28,7 +35,7 @@ std::vector<Ref<Date>> TLMAlarm::SetNextRingTime_WeeklyRelativeOccursThisMonth(s
     ++iDaysInMonth;
     dDay.SetDay(dDay.Day() + 1);
     Yield();
-  } while (dDay.Month() == iMonth);
+  } while (dDay.Month() == iMonth && iDaysInMonth < kLongestMonth);
 
   // Month before year: the count of a December has ended in January of the next year.
   dDay.SetMonth(iMonth);
@@ -39,6 +46,7 @@ std::vector<Ref<Date>> TLMAlarm::SetNextRingTime_WeeklyRelativeOccursThisMonth(s
   // Tuesday does not make the third one the second.
   const std::int32_t step = WeeklyDaysRelativeFromMonthEnd ? -1 : 1;
   std::array<std::size_t, 7> occurrences{};
+  std::int32_t walked = 0;
   do {
     const auto weekday = static_cast<std::size_t>(dDay.DayOfWeek() - 1);
     const std::size_t n = ++occurrences[weekday];
@@ -48,7 +56,7 @@ std::vector<Ref<Date>> TLMAlarm::SetNextRingTime_WeeklyRelativeOccursThisMonth(s
     }
     dDay.SetDay(dDay.Day() + step);
     Yield();
-  } while (dDay.Month() == iMonth);
+  } while (dDay.Month() == iMonth && ++walked < kLongestMonth);
   return aCandidates;
 }
 
@@ -98,8 +106,12 @@ void TLMAlarm::SetNextRingTime_WeeklyRelative(std::optional<Date>& dOut, const R
       }
       Yield();
     }
+    const double month = dMonth.TotalSeconds();
     dMonth.SetMonth(dMonth.Month() + 1);
     Yield();
+    if (dMonth.TotalSeconds() == month) {
+      break;  // It stands at the end of the calendar.
+    }
   } while (dMonth.Year() <= iFirstYear + 25);
   dOut.reset();
 }

@@ -50,12 +50,12 @@ std::string Rewritten(const std::string& bytes) {
   EXPECT_TRUE(object == nullptr || ParsePropertyList(xml) != nullptr) << xml;
   xml = xml.substr(xml.rfind("\">\n") + 3);
   xml.resize(xml.rfind("</plist>"));
-  for (const char* layout : {">\n", "\t"}) {
-    for (std::size_t at = 0; (at = xml.find(layout, at)) != xml.npos;) {
-      xml.erase(xml.find_first_of("\n\t", at), 1);
-    }
+  std::string plain;
+  for (std::size_t at = 0; at < xml.size(); ++at) {
+    const bool is_layout = xml[at] == '\t' || (xml[at] == '\n' && xml[at - 1] == '>');
+    plain += is_layout ? "" : xml.substr(at, 1);
   }
-  return xml;
+  return plain;
 }
 
 TEST(PropertyListTest, Forms) {
@@ -123,18 +123,19 @@ TEST(PropertyListTest, EveryCutAndEveryChangedByte) {
     ++inputs;
     lists += Rewritten(bytes).empty() ? 0U : 1U;
   };
-  for (const auto& file : std::filesystem::directory_iterator(TEST_DATA "/property_lists/read")) {
-    const std::string seed = ReadWholeFile(file.path());
-    for (std::size_t at = 0; at < std::min<std::size_t>(seed.size(), 600); ++at) {
+  for (const char* name :
+       {"binary-shared-objects", "binary-utf16-lone-halves", "xml-line-breaks", "xml-utf16-big-endian"}) {
+    const std::string seed = ReadWholeFile(TEST_DATA "/property_lists/read/"s + name + ".plist");
+    for (std::size_t at = 0; at < seed.size(); ++at) {
       read(seed.substr(0, at));
-      for (const int value : {0, 8, 15, 31, 38, 47, 60, 62, 80, 96, 128, 160, 161, 175, 208, 255}) {
+      for (int change = 1; change < 256; ++change) {
         std::string changed = seed;
-        changed[at] = static_cast<char>(value);
+        changed[at] = static_cast<char>(changed[at] ^ change);
         read(changed);
       }
     }
   }
-  EXPECT_GT(inputs, 10'000U);
+  EXPECT_GT(inputs, 50'000U);
   EXPECT_GT(lists, 100U);
 }
 

@@ -66,6 +66,18 @@ TEST_F(NextRingTimeTest, AGivenMomentMovesTheFloorAndNothingElse) {
   EXPECT_EQ(Text(unknown->NextRingDateTime), "Never");
 }
 
+// At the end of what a year can show, the bounded searches are bounded still.
+TEST_F(NextRingTimeTest, TheEndOfTheCalendar) {
+  const Ref<Date> last = New<Date>();
+  last->SetTotalSeconds(1e300);
+  for (const char* words : {"DateYear=-1 DateMonth=-1 DateDay=32",
+                            "AlarmType=2 WeeklyDaysRelative=0 WeeklyDaysRelativeOccurences=4"}) {
+    const Ref<TLMAlarm> alarm = AlarmOf(words);
+    alarm->SetNextRingTime(last);
+    EXPECT_EQ(alarm->NextRingDateTime, nullptr) << words;
+  }
+}
+
 TEST_F(NextRingTimeTest, TheSearchWithoutAnEndIsLeftWhenTheProcessIsToEnd) {
   const Ref<TLMAlarm> alarm = AlarmOf("AlarmType=1 WeeklyDays=0 Enabled=false");
   alarm->WeeklyDaysMonth = 13;
