@@ -33,7 +33,8 @@ void Expect(bool holds, const char* what) {
   }
 }
 
-// A folder of this process, with the file of the domain in it, which goes with the process.
+// A folder of this process, with the file of the domain in it. It goes with the process where that comes to
+// its regular end, which the fuzzer does not always grant.
 class ConfigFolder {
  public:
   ConfigFolder() {
