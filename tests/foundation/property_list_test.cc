@@ -47,7 +47,7 @@ std::string Xml(const std::string& object) { return "<plist>" + object + "</plis
 std::string Rewritten(const std::string& bytes) {
   const Ref<CFObjectMBS> object = ParsePropertyList(bytes);
   std::string xml = object != nullptr ? object->XML()->Str() : "\">\n</plist>";
-  EXPECT_TRUE(object == nullptr || ParsePropertyList(xml) != nullptr) << xml;
+  EXPECT_TRUE(object == nullptr || xml.size() > kMaxPropertyListBytes || ParsePropertyList(xml) != nullptr);
   xml = xml.substr(xml.rfind("\">\n") + 3);
   xml.resize(xml.rfind("</plist>"));
   std::string plain;
