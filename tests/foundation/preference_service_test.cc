@@ -60,12 +60,6 @@ TEST_F(PreferenceServiceTest, ARewriteOfTheSameSizeAndTimeIsSeen) {
   EXPECT_EQ(Value(), "2");
 }
 
-TEST_F(PreferenceServiceTest, TheLaterOfTwoEqualKeysCounts) {
-  folder_.Write("d.plist",
-                "<plist><dict><key>k</key><string>1</string><key>k</key><string>2</string></dict></plist>");
-  EXPECT_EQ(Value(), "2");
-}
-
 // Whatever else stands in the place of the file, the last good view stays, and comes alive again.
 TEST_F(PreferenceServiceTest, TheGoodViewIsKept) {
   const struct {

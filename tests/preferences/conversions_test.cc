@@ -69,14 +69,6 @@ TEST_F(ConversionsTest, AValueOfAnImpossibleKindIsReported) {
   EXPECT_TRUE(TakeLog().empty()) << "the same text again, within a minute";
 }
 
-TEST_F(ConversionsTest, NumbersInAText) {
-  using Numbers = std::vector<double>;
-  EXPECT_EQ(GlobalMethods::SplitDoubleArrayZDN("1,2", ","), Numbers({1, 2}));
-  EXPECT_EQ(GlobalMethods::SplitDoubleArrayZDN("1,", ","), Numbers({1, 0}));
-  EXPECT_EQ(GlobalMethods::SplitDoubleArrayZDN("a,2.5", ","), Numbers({0, 2.5}));
-  EXPECT_EQ(GlobalMethods::SplitDoubleArrayZDN("7", ","), Numbers({7}));
-}
-
 TEST_F(ConversionsTest, AStoredDictionaryBecomesATree) {
   const Ref<Dictionary> tree = Stored(
       "<key>i</key><integer>7</integer><key>b</key><true/><key>d</key><date>2027-01-01T00:00:00Z</date>"
@@ -86,8 +78,6 @@ TEST_F(ConversionsTest, AStoredDictionaryBecomesATree) {
   EXPECT_EQ(*tree->Value("i").If<double>(), 8.0);  // the later of two equal keys
   EXPECT_TRUE(*tree->Value("b").If<bool>());
   EXPECT_EQ(VariantToDictionaryArray(tree->Value("a")).at(0)->Count(), 1U);
-  EXPECT_EQ(TakeLog(), std::vector<std::string>({"Unhandled RBDictFromCFDict() of type: CFDate",
-                                                 "Unhandled RBDictFromCFDict() of type: CFData"}));
   // A foreign element raises, even under a key that no one reads.
   EXPECT_THROW(Stored("<key>q</key><array><string>x</string></array>"), IllegalCastException);
 }
@@ -121,11 +111,6 @@ TEST_F(ConversionsTest, Readers) {
   EXPECT_THROW(GetPrefsDictionariesValue("absent"), IllegalCastException);
   EXPECT_EQ(GetPrefsBinaryValue("flag"), "");
   EXPECT_TRUE(TakeLog().empty());
-}
-
-TEST_F(ConversionsTest, ReadersNeedLoad) {
-  xPreferences = nullptr;
-  EXPECT_THROW(GetPrefsBoolValue("flag"), NilObjectException);
 }
 
 TEST_F(ConversionsTest, GlobalExclusions) {

@@ -1,5 +1,6 @@
 #include "support/table.h"
 
+#include <map>
 #include <sstream>
 
 #include "support/temporary_folder.h"
@@ -10,25 +11,14 @@ namespace {
 std::string Decode(const std::string& text) {
   std::string decoded;
   for (std::size_t at = 0; at < text.size(); ++at) {
-    const char next = text[at] == '\\' && at + 1 < text.size() ? text[++at] : '\0';
-    switch (next) {
-      case '\0':
-        decoded += text[at];
-        break;
-      case 'n':
-        decoded += '\n';
-        break;
-      case 'r':
-        decoded += '\r';
-        break;
-      case 't':
-        decoded += '\t';
-        break;
-      case 'x':
-        decoded += static_cast<char>(std::stoi(text.substr(at + 1, 2), nullptr, 16)), at += 2;
-        break;
-      default:
-        decoded += static_cast<char>(next - '0');
+    if (text[at] != '\\' || at + 1 == text.size()) {
+      decoded += text[at];
+    } else if (text[++at] == 'x') {
+      decoded += static_cast<char>(std::stoi(text.substr(at + 1, 2), nullptr, 16));
+      at += 2;
+    } else {
+      static const std::map<char, char> kNamed = {{'n', '\n'}, {'r', '\r'}, {'t', '\t'}};
+      decoded += kNamed.contains(text[at]) ? kNamed.at(text[at]) : static_cast<char>(text[at] - '0');
     }
   }
   return decoded;

@@ -1,0 +1,222 @@
+#!/usr/bin/env python3
+"""The built agent, in a home of its own, with a real store and a real bundle: agent_test.py AGENT [TEST...]"""
+import glob
+import os
+import plistlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+AGENT = os.path.abspath(sys.argv.pop(1))
+DAILY = {"AlarmType": 0, "DateYear": -1, "DateMonth": -1, "DateDay": -1}
+START = ["Tollmere Helper Launched", "Tollmere Helper Launch Complete"]
+
+
+def attempt(name):
+    due = f'Alarm "{name}" is to ring, launching Tollmere '
+    return [due + "if not launched within the past minute.", due + "as it has not been launched within the past minute."]
+
+
+def eventually(holds):
+    """Waits, generously, for what is to come about."""
+    give_up = time.monotonic() + 60
+    while not holds():
+        if time.monotonic() > give_up:
+            return False
+        time.sleep(0.01)
+    return True
+
+
+def due(name, number=1, **more):
+    """An alarm for the present minute, once that has some seconds left."""
+    while time.gmtime().tm_sec > 40:
+        time.sleep(0.2)
+    now = time.gmtime()
+    return dict(DAILY, Name=name, UniqueID=number, Hour=now.tm_hour, Minute=now.tm_min, **more)
+
+
+class AgentTest(unittest.TestCase):
+    def setUp(self):
+        self.home = tempfile.mkdtemp()
+        self.store_path = self.home + "/com.vendrel.Tollmere9.plist"
+        self.environment = {"HOME": self.home, "XDG_CONFIG_HOME": self.home, "PATH": "/usr/bin:/bin", "TZ": "UTC"}
+        self.agent = None
+
+    def tearDown(self):
+        if self.agent and self.agent.poll() is None:
+            self.agent.kill()
+            self.agent.wait()
+        for process in self.started():
+            if os.path.exists(f"/proc/{process}"):
+                os.kill(process, signal.SIGKILL)
+        shutil.rmtree(self.home)
+
+    def bundle(self, place, script=None, identifier="com.vendrel.Tollmere9"):
+        """A stand-in that says who it is and runs on; or whatever the script does."""
+        path = f"{self.home}/{place}/Tollmere.app"
+        os.makedirs(path + "/Contents/MacOS")
+        with open(path + "/Contents/Info.plist", "wb") as file:
+            plistlib.dump({"CFBundleIdentifier": identifier, "CFBundleExecutable": "Tollmere"}, file)
+        with open(path + "/Contents/MacOS/Tollmere", "w") as file:
+            file.write(script or f"#!/bin/sh\necho $$ >>{self.home}/started\nwhile :; do sleep 0.1; done\n")
+        os.chmod(path + "/Contents/MacOS/Tollmere", 0o755)
+        return path
+
+    def started(self):
+        try:
+            with open(self.home + "/started") as file:
+                return [int(line) for line in file if line.endswith("\n")]
+        except FileNotFoundError:
+            return []
+
+    def store(self, alarms, form="xml", **more):
+        """As other programs write: plistlib in either form, or plistutil; the new file replaces the old."""
+        with open(self.home + "/new", "wb") as file:
+            plistlib.dump(dict(Alarms=alarms, **more), file,
+                          fmt=plistlib.FMT_BINARY if form == "binary" else plistlib.FMT_XML)
+        if form == "plistutil":
+            subprocess.run(["plistutil", "-i", self.home + "/new", "-o", self.home + "/other", "-f", "bin"], check=True)
+            os.rename(self.home + "/other", self.home + "/new")
+        os.rename(self.home + "/new", self.store_path)
+
+    def start(self, command=(AGENT,), log=None):
+        with open(self.home + "/log", "wb") as file:
+            self.agent = subprocess.Popen(command, env=self.environment, stderr=log or file)
+
+    def log(self):
+        with open(self.home + "/log", encoding="utf-8") as file:
+            return file.read().splitlines()
+
+    def wait_for(self, line):
+        self.assertTrue(eventually(lambda: line in self.log()), f"{line} not in {self.log()}")
+
+    def end(self, number=signal.SIGTERM):
+        """Ends the agent, and gives its status and the lines that are no alarms' next rings."""
+        self.agent.send_signal(number)
+        status = self.agent.wait(60)
+        return status, [line for line in self.log() if not line.startswith(("Found Alarm", "Found Updated"))]
+
+    def test_from_a_foreign_store_to_the_running_application(self):
+        path = self.bundle("Else where")
+        for count, form in enumerate(("xml", "binary", "plistutil"), 1):
+            self.store([due("Due “now”"), due("Too", 2), {"Name": "Gone", "UniqueID": 3, "DateYear": 2020},
+                        {"Name": "Off", "UniqueID": 4, "Enabled": False}, {"Name": "Timer", "AlarmType": 4}],
+                       form, LastExeLocation=b"file://" + path.replace(" ", "%20").encode(), Window={"x": 1.5})
+            self.start()
+            self.wait_for(attempt("Too")[0])
+            self.assertTrue(eventually(lambda: len(self.started()) == count))
+            with open(f"/proc/{self.agent.pid}/task/{self.agent.pid}/children") as file:
+                self.assertEqual(file.read(), "")  # neither a child nor a zombie
+            status, log = self.end()
+            self.assertEqual((status, log), (0, START + attempt("Due “now”") + [
+                "Found Tollmere: " + path, "Successfully launched Tollmere.", attempt("Too")[0]]))
+            application = self.started()[-1]
+            os.kill(application, signal.SIGKILL)  # It has lived on.
+            self.assertTrue(eventually(lambda: not os.path.exists(f"/proc/{application}")))
+
+    def test_a_running_application_is_found(self):
+        self.bundle("Applications")
+        for name, last, number in (("a", "Successfully launched Tollmere.", signal.SIGINT),
+                                   ("b", "Tollmere already running.", signal.SIGHUP)):
+            self.store([due(name)])
+            self.start()
+            self.wait_for(last)
+            self.assertTrue(eventually(lambda: len(self.started()) == 1))
+            self.assertEqual(self.end(number)[0], 0)
+        self.assertEqual(self.log()[-3:-1] + self.log()[-1:], attempt("b") + ["Tollmere already running."])
+
+    def test_the_systems_applications_folder_is_the_third_source(self):
+        # Without its identifier the launch service does not know it: the place alone tells. The place is in a root
+        # of the test's own, which is this one and that folder.
+        self.bundle("system", identifier="")
+        script = ('set -e; r=$1/root; mkdir "$r"; mount -t tmpfs tmpfs "$r"; for f in /*; do if [ -L "$f" ]; then '
+                  'cp -P "$f" "$r"; elif [ -d "$f" ] && [ "$f" != /Applications ]; then mkdir "$r$f"; '
+                  'mount --rbind "$f" "$r$f"; fi; done; cp -r "$1/system" "$r/Applications"; exec chroot "$r" "$2"')
+        if subprocess.run(["unshare", "-rm", "true"], stderr=subprocess.DEVNULL).returncode != 0:
+            self.skipTest("no namespaces here")
+        self.store([due("a")])
+        self.environment["PATH"] = "/usr/sbin:/usr/bin:/sbin:/bin"
+        self.start(["unshare", "-rm", "sh", "-c", script, "sh", self.home, AGENT])
+        self.wait_for("Successfully launched Tollmere.")
+        self.assertEqual(self.end(), (0, START + attempt("a") + [
+            "Found Tollmere: /Applications/Tollmere.app", "Successfully launched Tollmere."]))
+        self.assertTrue(eventually(lambda: len(self.started()) == 1))
+
+    def test_not_found_and_failed(self):
+        for lines in (["Failed to locate the Tollmere executable.", "Tollmere could not be found!"],
+                      [f"Found Tollmere: {self.home}/Applications/Tollmere.app",
+                       "Failed to Launch Tollmere; error code: 8."]):
+            self.store([due("a")])
+            self.start()
+            self.wait_for(lines[-1])
+            log = self.end()[1]
+            self.assertEqual([log[i] for i in range(len(log)) if log[i] != log[i - 1]], START + attempt("a") + lines)
+            if "could not" in lines[-1]:
+                self.bundle("Applications", "no program")
+
+    def test_a_stopped_agent_goes_on(self):
+        self.bundle("Applications")
+        self.store([])
+        self.start()
+        self.wait_for(START[1])
+        time.sleep(1.5)  # a tick, so that there is a gap to walk
+        self.agent.send_signal(signal.SIGSTOP)
+        time.sleep(3)
+        self.store([due("a")])
+        self.agent.send_signal(signal.SIGCONT)
+        self.wait_for("Successfully launched Tollmere.")
+
+    def test_bad_files_change_nothing_and_a_malformed_alarm_is_named(self):
+        alarm = {"Name": "a", "UniqueID": 1, "AlarmType": 9, "Hour": 48}
+        self.store([alarm])
+        self.start()
+        self.assertTrue(eventually(lambda: len(self.log()) == 3))
+        with open(self.store_path, "r+") as file:
+            file.truncate(100)
+        time.sleep(2.5)
+        self.store([alarm, dict(alarm, Name="b", UniqueID=2)])
+        self.assertTrue(eventually(lambda: len(self.log()) == 4))
+        self.assertTrue(self.log()[3].startswith('Found Alarm "b"'))
+        self.store([{"Name": "c", "WeeklyDays": []}])
+        self.assertEqual(self.agent.wait(60), 1)
+        self.assertEqual(self.log()[4:], ["Ended by an uncaught error: IllegalCastException"])
+
+    def test_a_log_that_nobody_reads_stops_nothing(self):
+        self.bundle("Applications")
+        many = [{"Name": "x" * 60, "UniqueID": i + 2, "AlarmType": 9, "Hour": 48} for i in range(1500)]
+        for closed in (False, True):
+            self.store(many + [due("a")])
+            read, write = os.pipe()
+            self.start(log=write)
+            os.close(write)
+            if closed:
+                os.close(read)
+            self.assertTrue(eventually(lambda: len(self.started()) == 1))
+            self.agent.terminate()
+            self.assertEqual(self.agent.wait(60), 0)
+            os.kill(self.started()[0], signal.SIGKILL)
+            os.remove(self.home + "/started")
+
+    def test_the_end_is_in_time_wherever_the_agent_is(self):
+        os.mkdir(self.home + "/bin")
+        with open(self.home + "/bin/zenity", "w") as file:
+            file.write(f"#!/bin/sh\necho $$ >>{self.home}/started\nexec sleep 600\n")
+        os.chmod(self.home + "/bin/zenity", 0o755)
+        self.environment.update(PATH=self.home + "/bin:/usr/bin:/bin", DISPLAY=":none")
+        endless = {"AlarmType": 1, "WeeklyDays": {"x1": {"WeeklyDayEnabled": True}}, "WeeklyDaysMonth": 13}
+        for alarms, more, boxes in (([], {}, 0), ([endless], {}, 0), ([{"UniqueID": 1}], {"Exclusions": []}, 1)):
+            self.store(alarms, **more)
+            self.start()
+            self.wait_for(START[1])
+            time.sleep(1.5)
+            self.assertTrue(eventually(lambda: len(self.started()) == boxes))
+            self.assertEqual(self.end()[0], 0)
+            self.assertFalse([box for box in self.started() if glob.glob(f"/proc/{box}/exe")])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
