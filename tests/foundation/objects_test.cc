@@ -1,0 +1,63 @@
+#include <gtest/gtest.h>
+
+#include "foundation/date.h"
+#include "foundation/dictionary.h"
+
+namespace tollmere::testing {
+namespace {
+
+TEST(ObjectsTest, NilAndCasts) {
+  const Ref<Object> nil;
+  const Ref<Object> date = New<Date>();
+  EXPECT_TRUE(IsA<Date>(date) && IsA<Object>(date));
+  EXPECT_FALSE(IsA<Dictionary>(date) || IsA<Object>(nil));
+  EXPECT_EQ(Cast<Date>(date), date);
+  EXPECT_EQ(Cast<Date>(nil), nullptr);
+  EXPECT_THROW(Cast<Dictionary>(date), IllegalCastException);
+  EXPECT_THROW(Cast<Date>(nil)->Year(), NilObjectException);
+}
+
+TEST(ObjectsTest, VariantConversionsNeverThrow) {
+  struct Row {
+    Variant value;
+    const char* text;
+    std::int32_t integer;
+    double real;
+    bool flag;
+  };
+  for (const Row& row :
+       {Row{Variant(), "", 0, 0, false}, Row{StringToVariant("12.5x"), "12.5x", 12, 12.5, true},
+        Row{StringToVariant("Off"), "Off", 0, 0, false}, Row{StringToVariant("0.0"), "0.0", 0, 0, false},
+        Row{Int32ToVariant(-3), "-3", -3, -3, true}, Row{BooleanToVariant(true), "True", 1, 1, true},
+        Row{DoubleToVariant(1e10), "10000000000", 2147483647, 1e10, true},
+        Row{DoubleToVariant(-0.5), "-0.5", 0, -0.5, true}, Row{ObjectToVariant(New<Date>()), "", 0, 0, false},
+        Row{ObjectToVariant(nullptr), "", 0, 0, false}}) {
+    EXPECT_EQ(VariantToString(row.value), row.text);
+    EXPECT_EQ(VariantToInt32(row.value), row.integer) << row.text;
+    EXPECT_EQ(VariantToDouble(row.value), row.real) << row.text;
+    EXPECT_EQ(VariantToBoolean(row.value), row.flag) << row.text;
+  }
+}
+
+TEST(ObjectsTest, DictionariesOfEverySize) {
+  for (const int count : {1, 16, 17, 50'000}) {  // around the size from which there is an index
+    Dictionary dictionary({{StringToVariant("a"), Int32ToVariant(1)}, {StringToVariant("A"), Variant()}});
+    for (int i = 0; i < count; ++i) {
+      dictionary.SetValue(Int32ToVariant(i), Int32ToVariant(i));
+      dictionary.SetValue(StringToVariant(std::to_string(i)), Variant());
+      dictionary.SetValue(Int32ToVariant(i), Int32ToVariant(i + 1));
+    }
+    EXPECT_EQ(dictionary.Count(), 2U * static_cast<unsigned>(count) + 2);
+    EXPECT_EQ(dictionary.Value(Int32ToVariant(count - 1)), Int32ToVariant(count));
+    EXPECT_EQ(dictionary.Lookup("a", Variant()), Int32ToVariant(1));
+    EXPECT_TRUE(dictionary.HasKey("0"));  // Nil is a value
+    EXPECT_TRUE(dictionary.Lookup("0", Int32ToVariant(7)).IsNil());
+    EXPECT_FALSE(dictionary.HasKey("00") || dictionary.HasKey(Int32ToVariant(count)));
+    EXPECT_EQ(dictionary.Lookup("x", Int32ToVariant(7)), Int32ToVariant(7));
+    EXPECT_THROW(dictionary.Value("x"), KeyNotFoundException);
+    EXPECT_THROW(dictionary.HasKey(Variant()), IllegalCastException);
+  }
+}
+
+}  // namespace
+}  // namespace tollmere::testing

@@ -1,0 +1,130 @@
+#include "foundation/preference_service.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "foundation/property_list.h"
+#include "support/log_capture.h"
+#include "support/temporary_folder.h"
+
+namespace tollmere::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+class PreferenceServiceTest : public ::testing::Test {
+ protected:
+  void SetUp() override { setenv("XDG_CONFIG_HOME", folder_.Path().c_str(), 1); }
+  void Put(std::string_view value) const {
+    folder_.Write("d.plist",
+                  "<plist><dict><key>k</key><string>" + std::string(value) + "</string></dict></plist>");
+  }
+  bool Sync() { return service_.Synchronize(NewCFStringMBS("d"), nullptr, nullptr); }
+  std::string Value() {
+    const Ref<CFObjectMBS> value = service_.CopyAppValue(NewCFStringMBS("k"), NewCFStringMBS("d"));
+    return value != nullptr ? Cast<CFStringMBS>(value)->str() : "absent";
+  }
+
+  TemporaryFolder folder_;
+  const std::string path_ = folder_.Path() + "/d.plist";
+  CFPreferencesMBS service_;
+};
+
+TEST_F(PreferenceServiceTest, AViewIsAsOldAsItsLastRefresh) {
+  Put("1");
+  EXPECT_EQ(Value(), "1");  // a domain never refreshed before
+  Put("2");
+  EXPECT_EQ(Value(), "1");
+  EXPECT_TRUE(Sync());
+  EXPECT_EQ(Value(), "2");
+  fs::remove(path_);
+  EXPECT_TRUE(Sync());
+  EXPECT_EQ(Value(), "absent");
+}
+
+TEST_F(PreferenceServiceTest, ARewriteOfTheSameSizeAndTimeIsSeen) {
+  Put("1");
+  const auto time = fs::last_write_time(path_);
+  Sync();
+  Put("2");
+  fs::last_write_time(path_, time);
+  EXPECT_TRUE(Sync());
+  EXPECT_EQ(Value(), "2");
+}
+
+TEST_F(PreferenceServiceTest, TheLaterOfTwoEqualKeysCounts) {
+  folder_.Write("d.plist",
+                "<plist><dict><key>k</key><string>1</string><key>k</key><string>2</string></dict></plist>");
+  EXPECT_EQ(Value(), "2");
+}
+
+// Whatever else stands in the place of the file, the last good view stays, and comes alive again.
+TEST_F(PreferenceServiceTest, TheGoodViewIsKept) {
+  const struct {
+    const char* name;
+    std::function<void()> put;
+  } rows[] = {{"half a list", [&] { folder_.Write("d.plist", "<plist><dict><key>k</key><str"); }},
+              {"nothing", [&] { folder_.Write("d.plist", ""); }},
+              {"no dictionary", [&] { folder_.Write("d.plist", "<plist><array/></plist>"); }},
+              {"too large", [&] { fs::resize_file(path_, kMaxPropertyListBytes + 1); }},
+              {"a folder", [&] { fs::remove(path_), fs::create_directory(path_); }},
+              {"a FIFO", [&] { fs::remove(path_), mkfifo(path_.c_str(), 0600); }},
+              {"a device", [&] { fs::remove(path_), fs::create_symlink("/dev/zero", path_); }},
+              {"a link to nowhere", [&] { fs::remove(path_), fs::create_symlink("nowhere", path_); }},
+              {"a link to itself", [&] { fs::remove(path_), fs::create_symlink("d.plist", path_); }},
+              {"no permission", [&] { fs::permissions(path_, fs::perms::none); }}};
+  for (const auto& row : rows) {
+    Put(row.name);
+    ASSERT_TRUE(Sync());
+    const std::size_t descriptors = OpenDescriptors();
+    row.put();
+    for (int i = 0; i < 3; ++i) {
+      const bool root_may_read = geteuid() == 0 && std::string_view(row.name) == "no permission";
+      EXPECT_EQ(Sync(), root_may_read) << row.name;
+      EXPECT_EQ(Value(), row.name);
+    }
+    EXPECT_EQ(OpenDescriptors(), descriptors) << row.name;
+    fs::remove_all(path_);
+  }
+}
+
+// Read again and again while it is cut and written anew, a file is never anything but one of its states.
+TEST_F(PreferenceServiceTest, AFileThatIsWrittenWhileItIsRead) {
+  const pid_t writer = fork();
+  if (writer == 0) {
+    for (int i = 0;; ++i) {
+      Put(std::string(static_cast<std::size_t>(i % 3) * 100'000, "abc"[i % 3]));
+    }
+  }
+  for (int i = 0; i < 300; ++i) {
+    Sync();
+    const std::string value = Value();
+    if (value != "absent") {
+      EXPECT_EQ(value.find_first_not_of(value.substr(0, 1)), std::string::npos);
+      EXPECT_EQ(value.size() % 100'000, 0U);
+    }
+  }
+  kill(writer, SIGKILL);
+  waitpid(writer, nullptr, 0);
+}
+
+TEST_F(PreferenceServiceTest, WhereTheStoreLies) {
+  for (const char* unusable : {"", "relative/folder"}) {
+    setenv("XDG_CONFIG_HOME", unusable, 1);
+    setenv("HOME", folder_.Path().c_str(), 1);
+    folder_.Write(".config/d.plist", "<plist><dict><key>k</key><string>home</string></dict></plist>");
+    CFPreferencesMBS service;
+    EXPECT_NE(service.CopyAppValue(NewCFStringMBS("k"), NewCFStringMBS("d")), nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace tollmere::testing

@@ -1,0 +1,64 @@
+#include "foundation/text.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+
+#include "foundation/debug_log.h"
+#include "foundation/unicode.h"
+#include "support/table.h"
+
+namespace tollmere::testing {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(TextTest, NumbersToTextAndBack) {
+  for (const auto& row : Table("number_texts.txt")) {
+    const double value = std::strtod(row[0].c_str(), nullptr);
+    EXPECT_EQ(Str(value), row[1]);
+    EXPECT_EQ(Format(value, "-#.#########"), row[2]) << row[0];
+  }
+  EXPECT_EQ(Format(1.5, "-#.00"), "1.50");
+  for (const auto& row : Table("numbers.txt")) {
+    const std::string text = row[0].substr(1, row[0].size() - 2);
+    EXPECT_EQ(Val(text), std::strtod(row[1].c_str(), nullptr)) << text;
+    EXPECT_EQ(IsNumeric(std::string_view(text)), row[2] == "yes") << text;
+  }
+  EXPECT_EQ(ToInt32(-7.9), -7);
+  EXPECT_EQ(ToInt32(1e10), 2147483647);
+  EXPECT_EQ(ToInt32(-HUGE_VAL), -2147483647 - 1);
+  EXPECT_EQ(ToInt32(std::nan("")), 0);
+}
+
+TEST(TextTest, PiecesAndEquality) {
+  using Pieces = std::vector<std::string_view>;
+  EXPECT_EQ(Split("", ","), Pieces({""}));
+  EXPECT_EQ(Split(",a,", ","), Pieces({"", "a", ""}));
+  EXPECT_EQ(Split("a::b", "::"), Pieces({"a", "b"}));
+  EXPECT_EQ(Split("ab", ""), Pieces({"ab"}));
+  EXPECT_EQ(Left("äöü", 2), "äö");
+  EXPECT_EQ(Left("\xE4\xF6", 1), "\xE4");
+  EXPECT_EQ(Left("ab", 7), "ab");
+  EXPECT_TRUE(EqualsIgnoringCase("FILE://", "file://"));
+  EXPECT_FALSE(EqualsIgnoringCase("file:/", "file://"));
+  EXPECT_FALSE(EqualsIgnoringCase("[", "{"));  // no letters, though as far apart as a letter's two cases
+}
+
+TEST(TextTest, Utf16) {
+  EXPECT_EQ(Utf8FromUtf16("\xD8\x3D\xDE\0\0\x41"s, ByteOrder::kBigEndian), "😀A");
+  EXPECT_EQ(Utf8FromUtf16("\xD8\x3D\0\x41\xDE\0\0"s, ByteOrder::kBigEndian), "\uFFFDA\uFFFD\uFFFD");
+  EXPECT_EQ(Utf8FromUtf16("\xE4\0"s, ByteOrder::kLittleEndian), "ä");
+}
+
+// One call is one line, whatever an alarm is called.
+TEST(TextTest, LogEscapes) {
+  EXPECT_EQ(EscapeForLog("Größe \\ \"x\" 😀"), "Größe \\ \"x\" 😀");
+  EXPECT_EQ(EscapeForLog("a\nb\r\tc\x1B[31m\x7F\0"s), "a\\nb\\r\\tc\\x1B[31m\\x7F\\x00");
+  EXPECT_EQ(EscapeForLog("\xC2\x9B\xE2\x80\xA8"), "\\x9B\\u2028");
+  EXPECT_EQ(EscapeForLog("\xFF\xC0\x80\xED\xA0\x80\xE4"), "\\xFF\\xC0\\x80\\xED\\xA0\\x80\\xE4");
+}
+
+}  // namespace
+}  // namespace tollmere::testing

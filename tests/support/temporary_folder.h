@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tollmere::testing {
+
+// A folder of the test's own, which goes with it.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  const std::string& Path() const { return path_; }
+  // Writes a file, with the folders above it, and gives its path.
+  std::string Write(const std::string& name, std::string_view content, bool executable = false) const;
+  // A bundle, by default with the main application's identifier, whose executable is that script.
+  std::string WriteBundle(const std::string& name, std::string_view script,
+                          const std::string& identifier = "com.vendrel.Tollmere9") const;
+
+ private:
+  std::string path_;
+};
+
+std::string ReadWholeFile(const std::string& path);
+
+}  // namespace tollmere::testing

@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include "launch/engine.h"
+#include "preferences/local_preferences.h"
+#include "support/log_capture.h"
+#include "support/stored_lists.h"
+#include "support/test_clock.h"
+#include "watch/check_alarms_timer.h"
+
+namespace tollmere::testing {
+namespace {
+
+class ScenarioTest : public StoreTest {
+ protected:
+  void Begin() {
+    SetUp();
+    alarms_.clear();
+    domain_.clear();
+    bundle_ = folder_.WriteBundle("Tollmere.app", "");
+    std::filesystem::permissions(bundle_ + "/Contents/MacOS/Tollmere", std::filesystem::perms::none);
+  }
+  void Tick(const std::string& moment) {
+    Store(ListXml(alarms_, domain_ + LocationXml(bundle_)));
+    SetClock(moment);
+    Engine::tmrCheckAlarms->Event_Action();
+    log_ = TakeLog();
+  }
+  void Do(const std::string& command, const std::string& text) {
+    const std::string words = text.substr(text.find(' ') + 1);
+    const auto number = [&] { return std::stoi(text); };
+    if (command == "new") {
+      Begin();
+    } else if (command == "alarm") {
+      text == "none" ? alarms_.clear() : alarms_.push_back(text);
+    } else if (command == "domain") {
+      domain_ = text + " ";
+    } else if (command == "tick") {
+      Tick(text);
+    } else if (command == ">") {
+      std::string line = text;
+      if (const std::size_t at = line.find("{home}"); at != line.npos) {
+        line.replace(at, 6, folder_.Path());
+      }
+      EXPECT_EQ(log_.empty() ? "nothing" : log_.front(), line);
+      log_.erase(log_.begin(), log_.begin() + (log_.empty() ? 0 : 1));
+    } else if (command == "history") {
+      const Variant entry = LocalPreferences::MasteRingHistory->Value(Int32ToVariant(number()));
+      EXPECT_EQ(Text(Cast<Date>(VariantToObject(entry))), words);
+    } else if (command == "recent") {
+      EXPECT_EQ(Text(CheckAlarmsTimer::dRecentCheck), text);
+    } else {
+      const TLMAlarm& alarm = *LocalPreferences::xAlarmArray.at(static_cast<std::size_t>(number()));
+      EXPECT_EQ(command == "next" ? Text(alarm.NextRingDateTime) : std::to_string(alarm.Enabled()), words);
+    }
+  }
+
+  std::vector<std::string> alarms_;
+  std::string domain_;
+  std::string bundle_;
+  std::vector<std::string> log_;  // of the last tick, as far as no line has been compared with it
+};
+
+TEST_F(ScenarioTest, FromTheStoreToTheLog) {
+  std::ifstream lines(TEST_DATA "/scenarios.txt");
+  int number = 0;
+  for (std::string line; std::getline(lines, line);) {
+    SCOPED_TRACE("line " + std::to_string(++number) + ": " + line);
+    const std::string command = line.substr(0, line.find(' '));
+    if (line.empty() || line.front() == '#') {
+      continue;
+    }
+    if (command == "new" || command == "tick") {
+      EXPECT_EQ(log_, std::vector<std::string>()) << "not expected";
+      log_.clear();
+    }
+    Do(command, line.substr(command.size() + 1));
+  }
+}
+
+TEST_F(ScenarioTest, AMomentThatPassesBetweenReloadAndPass) {
+  Store(ListXml({"UniqueID=1 DateYear=-1 DateMonth=-1 DateDay=-1 Hour=10 Minute=0"}, "RingPastAlarms=true"));
+  SetClock("2027-06-15 10:00:59");
+  LocalPreferences::Reload();
+  AdvanceClock(1);
+  CheckAlarmsTimer::CheckAlarms(nullptr);
+  EXPECT_TRUE(LocalPreferences::xAlarmArray[0]->Enabled());
+  EXPECT_EQ(Text(LocalPreferences::xAlarmArray[0]->LastRungDateTime), "2027-06-15 10:01:00");
+}
+
+TEST_F(ScenarioTest, AFailedTickLeavesTheTimerOffAndTheSecondsToDo) {
+  Begin();
+  Tick("2027-06-15 08:00:00");
+  alarms_ = {"UniqueID=1", "<key>WeeklyDays</key><true/>", "UniqueID=2"};
+  EXPECT_THROW(Tick("2027-06-15 08:00:05"), IllegalCastException);
+  EXPECT_EQ(Engine::tmrCheckAlarms->Mode(), 0);
+  EXPECT_EQ(Text(CheckAlarmsTimer::dRecentCheck), "2027-06-15 08:00:00");
+  EXPECT_EQ(LocalPreferences::xAlarmArray.size(), 1U);
+}
+
+}  // namespace
+}  // namespace tollmere::testing

@@ -1,0 +1,148 @@
+// The agent over years, over steps of the clock, and over changes of zone; and what never happens.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <chrono>
+#include <map>
+#include <thread>
+
+#include "launch/engine.h"
+#include "preferences/local_preferences.h"
+#include "support/log_capture.h"
+#include "support/stored_lists.h"
+#include "support/table.h"
+#include "support/test_clock.h"
+#include "watch/check_alarms_timer.h"
+
+namespace tollmere::testing {
+namespace {
+
+const std::vector<std::string> kMixedList = {
+    "Name=daily UniqueID=1 DateYear=-1 DateMonth=-1 DateDay=-1 Hour=2 Minute=30",
+    "Name=monthly UniqueID=2 DateYear=-1 DateMonth=-1 DateDay=31 Hour=23 Minute=59",
+    "Name=weekly UniqueID=3 AlarmType=1 Hour=0 Minute=0 WeeklyDays=0,1,4 Exclusions=2029-01-01",
+    "Name=friday UniqueID=4 AlarmType=2 Hour=12 Minute=0 WeeklyDaysRelative=5 WeeklyDaysRelativeOccurences=0 "
+    "WeeklyDaysRelativeFromMonthEnd=true",
+    "Name=chime UniqueID=5 AlarmType=3 HourlyChimeMinute=0",
+    "Name=leap UniqueID=6 DateYear=-1 DateMonth=2 DateDay=29 Hour=12 Minute=0",
+    "Name=past UniqueID=7 DateYear=2020 DateMonth=1 DateDay=1"};
+
+class SimulatedYearsTest : public StoreTest {
+ protected:
+  // One tick; every ring and every attempt is noted, and what must hold at each tick is looked at.
+  void Tick() {
+    std::vector<Ref<TLMAlarm>> due;  // what the last tick saw coming for this minute
+    Date minute;
+    minute.SetSecond(0);
+    for (const Ref<TLMAlarm>& alarm : LocalPreferences::xAlarmArray) {
+      if (alarm->Enabled() && Text(alarm->NextRingDateTime) == Text(minute)) {
+        due.push_back(alarm);
+      }
+    }
+    const Ref<Date> attempt = Engine::dLastLaunchAttempt;
+    Engine::tmrCheckAlarms->Event_Action();
+    ASSERT_EQ(Text(CheckAlarmsTimer::dRecentCheck), Text(Date()));
+    for (const Ref<TLMAlarm>& alarm : due) {
+      const Variant ring =
+          LocalPreferences::MasteRingHistory->Lookup(Int32ToVariant(alarm->UniqueID), Variant());
+      ASSERT_EQ(Text(Cast<Date>(VariantToObject(ring))), Text(minute)) << alarm->Name << " did not ring";
+    }
+    if (Engine::dLastLaunchAttempt != attempt) {
+      ++attempts_;
+      ASSERT_FALSE(Engine::IsSameMinute(attempt, Engine::dLastLaunchAttempt)) << Text(attempt);
+    }
+    for (const std::string& line : TakeLog()) {
+      if (line.ends_with("if not launched within the past minute.")) {
+        ++rings_[line.substr(7, line.find('"', 7) - 7)];
+      }
+    }
+  }
+  void TickFor(std::int64_t seconds, std::int64_t step = 1) {
+    for (std::int64_t i = 0; i < seconds && !HasFatalFailure(); i += step) {
+      Tick();
+      AdvanceClock(step);
+    }
+  }
+
+  std::map<std::string, int> rings_;
+  int attempts_ = 0;
+};
+
+// Each day is ticked through around one of the minutes in which alarms fall due.
+TEST_F(SimulatedYearsTest, TenYearsOfAMixedList) {
+  Store(ListXml(kMixedList));
+  constexpr int kDays = 3653;
+  constexpr int kMinutes[] = {0, 12 * 60, 2 * 60 + 30, 23 * 60 + 59};
+  std::size_t memory_after_first_year = 0;
+  for (int day = 0; day < kDays && !HasFatalFailure(); ++day) {
+    SetClock(UnixSeconds("2027-01-01") + day * kSecondsPerDay + kMinutes[day % 4] * 60 - 62);
+    CheckAlarmsTimer::dRecentCheck = nullptr;  // What lies between the samples is not walked.
+    for (const std::int64_t step : {1, 1, 58, 1, 1, 1, 57, 1, 1}) {
+      TickFor(step, step);
+    }
+    memory_after_first_year = day == 366 ? mallinfo2().uordblks : memory_after_first_year;
+  }
+  EXPECT_LE(mallinfo2().uordblks, memory_after_first_year + 65'536);
+  EXPECT_EQ(rings_["daily"], kDays / 4);
+  EXPECT_EQ(rings_["chime"], kDays / 4 * 2 + 1);
+  EXPECT_EQ(rings_["past"], 0);
+  EXPECT_GT(rings_["monthly"], 15);
+  EXPECT_GT(rings_["friday"], 20);
+}
+
+TEST_F(SimulatedYearsTest, ADaySecondBySecond) {
+  Store(ListXml(kMixedList, "RingPastAlarms=true"));
+  SetClock("2028-01-31 00:00:00");  // a Monday
+  TickFor(86'400);
+  EXPECT_EQ(rings_, (std::map<std::string, int>{
+                        {"daily", 1}, {"monthly", 1}, {"weekly", 1}, {"chime", 24}, {"past", 24 * 60}}));
+  EXPECT_EQ(attempts_, 24 * 60);
+}
+
+TEST_F(SimulatedYearsTest, GapsAndStepsOfTheClock) {
+  const bool is_sanitized = mallinfo2().uordblks == 0;  // and slow
+  for (const char* domain : {"", "RingPastAlarms=true"}) {
+    for (const double step :
+         {2.0, 300.0, 10'800.0, 28'800.0, 14 * 86'400.0, 1e2, 1e5, 1e8, -1e2, -1e5, -1e8}) {
+      SetUp();
+      if (step == 1e8 && is_sanitized) {
+        continue;
+      }
+      // A walk of years takes its time: there it is enough that it comes to its end.
+      Store(ListXml(step < 1e8 ? kMixedList : std::vector<std::string>(), domain));
+      SetClock("2029-03-31 11:59:00");
+      TickFor(62);
+      AdvanceClock(static_cast<std::int64_t>(step));
+      TickFor(62);
+    }
+  }
+}
+
+TEST_F(SimulatedYearsTest, ChangesOfZone) {
+  for (const auto& row : Table("zone_changes.txt")) {
+    SetUp();
+    rings_.clear();
+    Store(ListXml(kMixedList));
+    setenv("TZ", row[0].c_str(), 1);
+    SetClock(UnixSeconds(row[1]) - 3 * 3600);
+    Date();
+    TickFor(8 * 3600, 5);
+    EXPECT_EQ(std::to_string(rings_["daily"]) + " " + std::to_string(rings_["chime"]), row[2])
+        << row[0] << row[1];
+  }
+}
+
+TEST_F(SimulatedYearsTest, AWalkOfYearsIsLeftWhenTheProcessIsToEnd) {
+  Store(ListXml(kMixedList));
+  SetClock("2027-01-01");
+  Tick();
+  AdvanceClock(100 * 365 * kSecondsPerDay);
+  std::jthread request([] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    end_of_process_requested = true;
+  });
+  EXPECT_THROW(Engine::tmrCheckAlarms->Event_Action(), EndOfProcess);
+}
+
+}  // namespace
+}  // namespace tollmere::testing
