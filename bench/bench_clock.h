@@ -9,6 +9,9 @@ namespace tollmere {
 // 10 June 2026, 10:42:00 in Berlin, in seconds since 1970.
 inline constexpr std::int64_t kBenchMoment = 1'781'080'920;
 
+// The day behind a leap day, from which it is 1,460 days to the next: Wednesday, 1 March 2028, 10:42:00.
+inline constexpr std::int64_t kBehindLeapDay = 1'835'516'520;
+
 // Puts the clock to a moment for as long as it lives; the machine's own clock runs again after it.
 class StandingClock {
  public:

@@ -1,4 +1,4 @@
-// SetNextRingTime(Nil) whole, one alarm of each kind. Every search begins at kBenchMoment.
+// SetNextRingTime(Nil) whole, one alarm of each kind.
 #include "bench_clock.h"
 #include "measured.h"
 #include "preferences/local_preferences.h"
@@ -21,8 +21,9 @@ Ref<TLMAlarm> AlarmAt(std::int32_t type, std::int32_t hour, std::int32_t minute)
 }
 
 // `pieces` is how many days the search walks where figures are given for one day, else 1.
-void NextRing(benchmark::State& state, std::int32_t type, Prepare prepare, std::int64_t pieces) {
-  const StandingClock clock;
+void NextRing(benchmark::State& state, std::int32_t type, Prepare prepare, std::int64_t pieces,
+              std::int64_t moment = kBenchMoment) {
+  const StandingClock clock(moment);
   const SampleDomain domain(PropertyListValue::Dictionary{});
   const Ref<TLMAlarm> alarm = AlarmAt(type, 7, 30);
   prepare(*alarm);
@@ -53,7 +54,7 @@ BENCHMARK_CAPTURE(
       alarm.DateMonth = 2;
       alarm.DateDay = 29;
     },
-    629)
+    1460, kBehindLeapDay)
     ->Name("NextRing/LeapDay");
 BENCHMARK_CAPTURE(
     NextRing, last_friday, AlarmTypeWeeklyRelative,

@@ -10,7 +10,9 @@ struct RegisterDate {
   int weekday;  // 0 to 6, 0 being Sunday
 };
 
+// The days of kBenchMoment and of kBehindLeapDay.
 inline constexpr RegisterDate kBenchDay = {2026, 6, 10, 3};
+inline constexpr RegisterDate kDayBehindLeapDay = {2028, 3, 1, 3};
 
 inline int LengthOfMonth(int year, int month) {
   if (month == 2) {

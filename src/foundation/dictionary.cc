@@ -35,14 +35,7 @@ Dictionary::Key::Key(const Variant& boxed) {
 }
 
 bool Dictionary::Key::Names(const Entry& entry) const noexcept {
-  if (entry.mark != mark_) {
-    return false;
-  }
-  if (is_text_) {
-    const auto* text = entry.key.If<std::string>();
-    return text != nullptr && *text == text_;
-  }
-  return entry.key.If<std::int32_t>() != nullptr;  // The mark of a number is the number.
+  return entry.mark == mark_ && (entry.text != nullptr ? is_text_ && *entry.text == text_ : !is_text_);
 }
 
 Dictionary::Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs) {
@@ -59,7 +52,7 @@ const Dictionary::Entry* Dictionary::Find(const Key& key) const noexcept {
   if (index_ != nullptr) {
     return key.is_text_ ? found_in(index_->texts, key.text_) : found_in(index_->numbers, key.number_);
   }
-  if (key.Names(first_)) {
+  if (has_first_ && key.Names(first_)) {
     return &first_;
   }
   for (const Entry& entry : others_) {
@@ -71,11 +64,11 @@ const Dictionary::Entry* Dictionary::Find(const Key& key) const noexcept {
 }
 
 void Dictionary::AddToIndex(std::size_t position) {
-  const Variant& key = At(position).key;
-  if (const auto* text = key.If<std::string>()) {
-    index_->texts.emplace(*text, position);
-  } else if (const auto* number = key.If<std::int32_t>()) {
-    index_->numbers.emplace(*number, position);
+  const Entry& entry = At(position);
+  if (entry.text != nullptr) {
+    index_->texts.emplace(*entry.text, position);
+  } else {
+    index_->numbers.emplace(static_cast<std::int32_t>(static_cast<std::uint32_t>(entry.mark)), position);
   }
 }
 
@@ -87,17 +80,20 @@ const Variant& Dictionary::Value(const Key& key) const {
   return entry->value;
 }
 
-void Dictionary::SetValue(Variant key, Variant value) {
+void Dictionary::SetValue(const Variant& key, Variant value) {
   const Key sought(key);
   if (const Entry* entry = Find(sought)) {
     const_cast<Entry*>(entry)->value = std::move(value);  // The entry is this dictionary's own.
     return;
   }
-  if (Count() == 0) {
-    first_ = {sought.mark_, std::move(key), std::move(value)};
+  const auto* text = key.If<Variant::SharedText>();
+  Entry added{text != nullptr ? *text : nullptr, sought.mark_, std::move(value)};
+  if (!has_first_) {
+    first_ = std::move(added);
+    has_first_ = true;
     return;
   }
-  others_.push_back({sought.mark_, std::move(key), std::move(value)});
+  others_.push_back(std::move(added));
   if (index_ != nullptr) {
     AddToIndex(Count() - 1);
   } else if (Count() > kSearchedCount) {

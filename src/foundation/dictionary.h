@@ -57,7 +57,7 @@ class Dictionary final : public Object {
   const Variant& Value(const Key& key) const;
 
   // Adds the key, or replaces its value.
-  void SetValue(Variant key, Variant value);
+  void SetValue(const Variant& key, Variant value);
 
   // The stored value, or null when the key is absent; good until the dictionary is next changed.
   const Variant* If(const Key& key) const noexcept {
@@ -68,14 +68,14 @@ class Dictionary final : public Object {
   // The stored value, or `otherwise` when the key is absent.
   Variant Lookup(const Key& key, const Variant& otherwise) const;
 
-  std::size_t Count() const noexcept { return first_.key.IsNil() ? 0 : 1 + others_.size(); }
+  std::size_t Count() const noexcept { return has_first_ ? 1 + others_.size() : 0; }
   // Makes room for that many entries at once.
   void Reserve(std::size_t count) { others_.reserve(count > 0 ? count - 1 : 0); }
 
  private:
   struct Entry {
+    Variant::SharedText text;  // null where the key is a number, which then is the mark
     std::uint64_t mark = 0;
-    Variant key;
     Variant value;
   };
 
@@ -94,6 +94,7 @@ class Dictionary final : public Object {
   // In the order of their arrival. Most dictionaries have but one entry, which therefore lies in the
   // dictionary itself; while there is none it has no key. A small dictionary is simply searched, only a large
   // one has an index.
+  bool has_first_ = false;
   Entry first_;
   std::vector<Entry> others_;
   std::unique_ptr<Index> index_;

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "foundation/event_loop.h"
@@ -142,13 +144,15 @@ class BinaryReader {
 
   void ReadDictionary(Node& node, Body body, std::size_t depth) {
     const std::size_t count = CountOfReferences(body, 2, depth);
-    std::vector<CFDictionaryListMBS::Entry> entries;
-    entries.reserve(count);
+    // The entries of all open dictionaries stand one behind the other until each has all of its own.
+    const std::size_t first = open_entries_.size();
     for (std::size_t i = 0; i < count; ++i) {
       Ref<CFObjectMBS> key = ReadWithin(node, body.at + i * reference_size_, depth);
-      entries.emplace_back(std::move(key), ReadWithin(node, body.at + (count + i) * reference_size_, depth));
+      Ref<CFObjectMBS> value = ReadWithin(node, body.at + (count + i) * reference_size_, depth);
+      open_entries_.emplace_back(std::move(key), std::move(value));
     }
-    node.object = dictionaries_.Make(std::move(entries));
+    node.object = dictionaries_.Make(std::span(open_entries_).subspan(first));
+    open_entries_.resize(first);
   }
 
   // The object that the reference at `at` names, as a part of `container`, which stands at `depth`.
@@ -262,6 +266,7 @@ class BinaryReader {
   std::size_t table_ = 0;
   std::size_t top_ = 0;
   std::vector<Node> nodes_;
+  std::vector<CFDictionaryListMBS::Entry> open_entries_;
   DictionaryMaker dictionaries_;
   Ref<CFObjectMBS> flags_[2];
 };

@@ -3,6 +3,8 @@
 
 #include <array>
 #include <functional>
+#include <iterator>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -18,22 +20,26 @@ struct MalformedPropertyList {};
 // its flags; of these each is made once as long as it is among those met lately.
 class DictionaryMaker {
  public:
-  Ref<CFObjectMBS> Make(std::vector<CFDictionaryListMBS::Entry> entries) {
+  // Takes the entries over.
+  Ref<CFObjectMBS> Make(std::span<CFDictionaryListMBS::Entry> entries) {
     if (entries.size() != 1) {
-      return New<CFDictionaryMBS>(std::move(entries));
+      return New<CFDictionaryMBS>(Moved(entries));
     }
     const CFObjectMBS* const key = entries[0].first.Get();
     const CFObjectMBS* const value = entries[0].second.Get();
-    Recent& recent =
-        recent_[(std::hash<const CFObjectMBS*>()(key) / 16 + std::hash<const CFObjectMBS*>()(value) / 32) %
-                recent_.size()];
+    const std::hash<const CFObjectMBS*> hash;
+    Recent& recent = recent_[(hash(key) / 16 + hash(value) / 32) % recent_.size()];
     if (recent.dictionary == nullptr || recent.key != key || recent.value != value) {
-      recent = {key, value, New<CFDictionaryMBS>(std::move(entries))};
+      recent = {key, value, New<CFDictionaryMBS>(Moved(entries))};
     }
     return recent.dictionary;
   }
 
  private:
+  static std::vector<CFDictionaryListMBS::Entry> Moved(std::span<CFDictionaryListMBS::Entry> entries) {
+    return {std::make_move_iterator(entries.begin()), std::make_move_iterator(entries.end())};
+  }
+
   struct Recent {
     const CFObjectMBS* key = nullptr;  // held by the dictionary, as the value is
     const CFObjectMBS* value = nullptr;

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -351,11 +351,9 @@ class XmlReader {
         open_entries_.emplace_back(std::move(key), std::move(value));
       }
     }
-    const auto begin = open_entries_.begin() + static_cast<std::ptrdiff_t>(first);
-    std::vector<CFDictionaryListMBS::Entry> entries(std::make_move_iterator(begin),
-                                                    std::make_move_iterator(open_entries_.end()));
+    Ref<CFObjectMBS> dictionary = dictionaries_.Make(std::span(open_entries_).subspan(first));
     open_entries_.resize(first);
-    return dictionaries_.Make(std::move(entries));
+    return dictionary;
   }
 
   // Keys, and most texts and integers, come again and again: an object that stands for the same text lately

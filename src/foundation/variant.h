@@ -16,6 +16,9 @@ namespace tollmere {
 // them, which never throw, whatever the kind.
 class Variant {
  public:
+  // Copies of a Variant share its text, which nobody changes.
+  using SharedText = std::shared_ptr<const std::string>;
+
   Variant() = default;  // Nil
 
   bool IsNil() const noexcept { return std::holds_alternative<std::monostate>(value_); }
@@ -40,9 +43,6 @@ class Variant {
   }
 
  private:
-  // Copies of a Variant share its text, which nobody changes.
-  using SharedText = std::shared_ptr<const std::string>;
-
   friend Variant StringToVariant(std::string);
   friend Variant StringToVariant(std::shared_ptr<const std::string>) noexcept;
   friend Variant Int32ToVariant(std::int32_t) noexcept;

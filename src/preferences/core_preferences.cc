@@ -99,18 +99,18 @@ Ref<Dictionary> RBDictFromCFDict(const Ref<CFDictionaryListMBS>& list) {
   const std::size_t count = list->Count();
   dictionary->Reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
-    Variant key = TextOf(list->Key(i));
+    const Variant key = TextOf(list->Key(i));
     const Ref<CFObjectMBS>& value = list->Value(i);
     if (const auto* text = If<CFStringMBS>(value)) {
-      dictionary->SetValue(std::move(key), StringToVariant(SharedText(value, *text)));
+      dictionary->SetValue(key, StringToVariant(SharedText(value, *text)));
     } else if (const auto* number = If<CFNumberMBS>(value)) {
-      dictionary->SetValue(std::move(key), DoubleToVariant(number->doubleValue()));
+      dictionary->SetValue(key, DoubleToVariant(number->doubleValue()));
     } else if (const auto* flag = If<CFBooleanMBS>(value)) {
-      dictionary->SetValue(std::move(key), BooleanToVariant(flag->Value()));
+      dictionary->SetValue(key, BooleanToVariant(flag->Value()));
     } else if (const auto* nested = If<CFDictionaryMBS>(value)) {
-      dictionary->SetValue(std::move(key), ObjectToVariant(RBDictFromCFDict(nested->List())));
+      dictionary->SetValue(key, ObjectToVariant(RBDictFromCFDict(nested->List())));
     } else if (const auto* array = If<CFArrayMBS>(value)) {
-      dictionary->SetValue(std::move(key), ArrayFromCFArray(*array));
+      dictionary->SetValue(key, ArrayFromCFArray(*array));
     } else {
       System::DebugLog("Unhandled RBDictFromCFDict() of type: " + value->TypeDescription());
     }
