@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the other scripts: the top folder of the project, and the packages of a Debian machine.
 
 set -euo pipefail
@@ -27,4 +28,5 @@ need_packages() {
 }
 
 # What every build takes.
+# shellcheck disable=SC2034 # The scripts that source this file use it.
 build_packages=(g++ cmake ninja-build)

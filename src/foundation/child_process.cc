@@ -1,7 +1,6 @@
 #include "foundation/child_process.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -9,14 +8,13 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <limits>
 #include <string_view>
 
 #include "foundation/event_loop.h"
 #include "foundation/text.h"
-
-extern char** environ;
 
 namespace tollmere {
 namespace {

@@ -35,7 +35,8 @@ std::int64_t LocalSeconds(std::int64_t wall_clock) noexcept {
   // From the fields and not from the offset to UTC, since there are zones that count leap seconds.
   const std::int64_t days =
       DaysFromCivil(std::int64_t{fields.tm_year} + 1900, fields.tm_mon + 1, fields.tm_mday);
-  return days * kSecondsPerDay + fields.tm_hour * 3600 + fields.tm_min * 60 + std::min(fields.tm_sec, 59);
+  return days * kSecondsPerDay + std::int64_t{fields.tm_hour} * 3600 + std::int64_t{fields.tm_min} * 60 +
+         std::min(fields.tm_sec, 59);
 }
 
 }  // namespace

@@ -3,11 +3,11 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <clocale>
+#include <csignal>
 #include <ctime>
 #include <limits>
 #include <string>

@@ -40,7 +40,8 @@ Ref<FolderItem> LaunchServicesFindApplicationForInfoMBS(std::string_view creator
       if (!name.empty() && !EqualsIgnoringCase(file_name, name)) {
         continue;
       }
-      const std::string path = folder + "/" + file_name;
+      std::string path = folder;
+      path.append("/").append(file_name);
       if (bundle_id.empty() || EqualsIgnoringCase(ReadApplicationBundle(path).identifier, bundle_id)) {
         return New<FolderItem>(path);
       }

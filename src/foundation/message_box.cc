@@ -67,8 +67,9 @@ bool ShowBox(const std::string& text) {
   if (!HasDisplay()) {
     return false;
   }
-  const auto installed = std::find_if(std::begin(kBoxPrograms), std::end(kBoxPrograms),
-                                      [](const BoxProgram& box) { return !FindAlongPath(box.name).empty(); });
+  const auto* const installed =
+      std::find_if(std::begin(kBoxPrograms), std::end(kBoxPrograms),
+                   [](const BoxProgram& box) { return !FindAlongPath(box.name).empty(); });
   if (installed == std::end(kBoxPrograms)) {
     return false;
   }

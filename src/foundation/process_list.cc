@@ -93,7 +93,7 @@ bool NamesInterpreter(const std::string& path, const std::string& executable, st
   }
   std::vector<std::string_view> words;
   const std::string_view line = std::string_view(head).substr(2, head.find('\n') - 2);
-  for (std::size_t at = 0; (at = line.find_first_not_of(" \t", at)) != line.npos;) {
+  for (std::size_t at = 0; (at = line.find_first_not_of(" \t", at)) != std::string_view::npos;) {
     const std::size_t end = std::min(line.find_first_of(" \t", at), line.size());
     words.push_back(line.substr(at, end - at));
     at = end;

@@ -10,7 +10,7 @@
 namespace tollmere {
 
 // What a property list may be at the most. Whatever is larger is refused, whole.
-inline constexpr std::size_t kMaxPropertyListBytes = 16 * 1024 * 1024;
+inline constexpr std::size_t kMaxPropertyListBytes = std::size_t{16} * 1024 * 1024;
 // Arrays and dictionaries within one another.
 inline constexpr std::size_t kMaxPropertyListDepth = 512;
 // Objects, keys included, as a walk through the whole list meets them: an object that a binary list

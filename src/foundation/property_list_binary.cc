@@ -74,8 +74,8 @@ class BinaryReader {
 
   void ReadObject(Node& node, std::size_t at, std::size_t depth) {
     const std::uint64_t marker = Number(at, 1);
-    const unsigned kind = static_cast<unsigned>(marker >> 4U);
-    const unsigned low = static_cast<unsigned>(marker & 15U);
+    const auto kind = static_cast<unsigned>(marker >> 4U);
+    const auto low = static_cast<unsigned>(marker & 15U);
     node.walk_count = 1;
     switch (kind) {
       case 0x0:

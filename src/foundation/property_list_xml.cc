@@ -94,7 +94,7 @@ double ParseDate(std::string_view text) {
     text.remove_prefix(1);
   }
   static constexpr std::string_view kEnds = "--T::Z";
-  std::int64_t numbers[6];
+  std::int64_t numbers[kEnds.size()] = {};
   for (std::size_t i = 0; i < kEnds.size(); ++i) {
     const std::size_t end = text.find(kEnds[i]);
     Require(end != std::string_view::npos && end <= 9);

@@ -37,8 +37,8 @@ class Variant {
 
   // Same kind and same value; texts with case, objects by identity.
   bool operator==(const Variant& other) const noexcept {
-    const std::string* text = If<std::string>();
-    const std::string* other_text = other.If<std::string>();
+    const auto* text = If<std::string>();
+    const auto* other_text = other.If<std::string>();
     return text != nullptr && other_text != nullptr ? *text == *other_text : value_ == other.value_;
   }
 
