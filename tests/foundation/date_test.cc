@@ -9,7 +9,7 @@
 #include <limits>
 #include <sstream>
 
-#include "support/table.h"
+#include "support/files.h"
 #include "support/test_clock.h"
 
 namespace tollmere::testing {
@@ -116,12 +116,6 @@ TEST(DateTest, AFractionGoesWithASecondAndWithNothingElse) {
   EXPECT_EQ(date.TotalSeconds(), TotalSeconds("2027-03-29 00:57:59") + 0.75);
   date.SetSecond(0);
   EXPECT_EQ(date.TotalSeconds(), TotalSeconds("2027-03-29 00:57:00"));
-}
-
-TEST(DateTest, LogTexts) {
-  Date date;
-  date.SetTotalSeconds(TotalSeconds("2027-01-31 09:05:00"));
-  EXPECT_EQ(date.LongDate() + " " + date.LongTime(), "Sunday, January 31, 2027 09:05:00");
 }
 
 TEST(DateTest, ANewDateIsOnTheWallClockOfTheMachinesPlace) {

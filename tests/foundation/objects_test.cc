@@ -17,28 +17,6 @@ TEST(ObjectsTest, NilAndCasts) {
   EXPECT_THROW(Cast<Date>(nil)->Year(), NilObjectException);
 }
 
-TEST(ObjectsTest, VariantConversionsNeverThrow) {
-  struct Row {
-    Variant value;
-    const char* text;
-    std::int32_t integer;
-    double real;
-    bool flag;
-  };
-  for (const Row& row :
-       {Row{Variant(), "", 0, 0, false}, Row{StringToVariant("12.5x"), "12.5x", 12, 12.5, true},
-        Row{StringToVariant("Off"), "Off", 0, 0, false}, Row{StringToVariant("0.0"), "0.0", 0, 0, false},
-        Row{Int32ToVariant(-3), "-3", -3, -3, true}, Row{BooleanToVariant(true), "True", 1, 1, true},
-        Row{DoubleToVariant(1e10), "10000000000", 2147483647, 1e10, true},
-        Row{DoubleToVariant(-0.5), "-0.5", 0, -0.5, true}, Row{ObjectToVariant(New<Date>()), "", 0, 0, false},
-        Row{ObjectToVariant(nullptr), "", 0, 0, false}}) {
-    EXPECT_EQ(VariantToString(row.value), row.text);
-    EXPECT_EQ(VariantToInt32(row.value), row.integer) << row.text;
-    EXPECT_EQ(VariantToDouble(row.value), row.real) << row.text;
-    EXPECT_EQ(VariantToBoolean(row.value), row.flag) << row.text;
-  }
-}
-
 TEST(ObjectsTest, DictionariesOfEverySize) {
   for (const int count : {1, 16, 17, 50'000}) {  // around the size from which there is an index
     Dictionary dictionary({{StringToVariant("a"), Int32ToVariant(1)}, {StringToVariant("A"), Variant()}});

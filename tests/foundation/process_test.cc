@@ -9,14 +9,15 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <thread>
 
 #include "foundation/file_item.h"
 #include "foundation/message_box.h"
 #include "foundation/preference_service.h"
 #include "foundation/process_list.h"
+#include "support/files.h"
 #include "support/log_capture.h"
-#include "support/temporary_folder.h"
 
 namespace tollmere::testing {
 namespace {
@@ -42,13 +43,8 @@ int Launch(const std::string& path) {
 TEST(LaunchTest, TheStartedProgramHasNothingOfOurs) {
   TemporaryFolder folder;
   const std::string out = folder.Path() + "/out";
-  const std::string bundle = folder.WriteBundle(
-      "A.app",
-      "#!/bin/sh\nexec > " + out +
-          ".new\npwd\nreadlink /proc/$$/fd/0 /proc/$$/fd/2\n"
-          "ls /proc/$$/fd | grep -vE '^(0|1|2|10)$'\nawk '$5 == $1 && $6 == $1 { print \"own session\" }' "
-          "/proc/$$/stat\ngrep -E '^Sig(Blk|Ign)' /proc/self/status\nmv " +
-          out + ".new " + out + "\n");
+  setenv("OUT", out.c_str(), 1);
+  const std::string bundle = folder.WriteBundle("A.app", ReadWholeFile(TEST_DATA "/report.sh"));
   // What could be inherited: an open file, an ignored signal, a blocked signal.
   const int inherited = open("/dev/null", O_RDONLY);
   signal(SIGUSR1, SIG_IGN);
@@ -68,21 +64,23 @@ TEST(LaunchTest, TheStartedProgramHasNothingOfOurs) {
 
 TEST(LaunchTest, WhatCannotBeStartedSaysWhy) {
   TemporaryFolder folder;
-  const auto with_info = [&](const char* info) {
-    folder.Write("B.app/Contents/Info.plist", info);
-    return folder.Path() + "/B.app";
+  const auto with_info = [&](const std::string& name, const char* info) {
+    folder.Write(name + "/Contents/Info.plist", info);
+    return folder.Path() + "/" + name;
   };
-  EXPECT_EQ(Launch(folder.Path() + "/none"), ENOENT);
-  EXPECT_EQ(Launch(folder.Path()), ENOENT);  // a folder that is no bundle
-  EXPECT_EQ(Launch(folder.Write("text", "x")), EACCES);
-  EXPECT_EQ(Launch(folder.Write("garbage", "x", true)), ENOEXEC);
-  EXPECT_EQ(Launch(folder.Write("script", "#!/nowhere/sh\n", true)), ENOENT);
-  EXPECT_EQ(Launch(with_info("x")), ENOEXEC);
-  EXPECT_EQ(Launch(with_info("<plist><dict/></plist>")), ENOEXEC);
-  EXPECT_EQ(
-      Launch(with_info("<plist><dict><key>CFBundleExecutable</key><string>../x</string></dict></plist>")),
-      ENOEXEC);
-  EXPECT_FALSE(HasChildren());
+  const std::pair<std::string, int> rows[] = {
+      {folder.Path() + "/none", ENOENT},
+      {folder.Path(), ENOENT},  // a folder that is no bundle
+      {folder.Write("text", "x"), EACCES},
+      {folder.Write("garbage", "x", true), ENOEXEC},
+      {folder.Write("script", "#!/nowhere/sh\n", true), ENOENT},
+      {with_info("A", "x"), ENOEXEC},
+      {with_info("B", "<plist><dict/></plist>"), ENOEXEC},
+      {with_info("C", "<plist><dict><key>CFBundleExecutable</key><string>../x</string></dict></plist>"),
+       ENOEXEC}};
+  for (const auto& [path, error] : rows) {
+    EXPECT_EQ(Launch(path), error) << path;
+  }
 }
 
 TEST(LaunchTest, AThousandStartsLeaveNothingBehind) {
@@ -174,9 +172,14 @@ TEST_F(ProcessListTest, AProgramEvenWhenReplacedButNoZombie) {
   fs::remove(executable_);
   folder_.Write("Tollmere.app/Contents/MacOS/Tollmere", "another", true);
   EXPECT_TRUE(Runs());
+  ProcessMBS before;
+  before.GetFirstProcess();
   kill(started_, SIGKILL);
   EXPECT_TRUE(Eventually([&] { return !Runs(); }));  // dead, and not yet waited for
   End();
+  do {
+    EXPECT_NE(before.BundleID(), identifier_);  // gone while the list was gone through
+  } while (before.GetNextProcess());
   fs::remove(executable_);
   fs::create_symlink("/bin/sleep", executable_);
   Start(executable_, "600");
@@ -201,9 +204,9 @@ TEST_F(ProcessListTest, WhatIsNotTheApplication) {
   folder_.WriteBundle("Folder", "", identifier_);
   const std::string in_folder = folder_.Path() + "/Folder/Contents/MacOS/Tollmere";
   CopySleepTo(in_folder);
-  for (const auto& [program, argument] : {std::pair(helper, "600"), std::pair(in_folder, "600"),
-                                          std::pair(std::string("/usr/bin/tail"), "-f")}) {
-    Start(program, argument == std::string("-f") ? "-f" + executable_ : argument);
+  for (const auto& [program, argument] : std::map<std::string, std::string>{
+           {helper, "600"}, {in_folder, "600"}, {"/usr/bin/tail", "-f" + executable_}}) {
+    Start(program, argument);
     EXPECT_FALSE(Runs()) << program;
     End();
   }
@@ -215,17 +218,6 @@ TEST_F(ProcessListTest, WhatIsNotTheApplication) {
     EXPECT_FALSE(Runs());
     End();
   }
-}
-
-TEST_F(ProcessListTest, ProcessesThatVanishMeanwhile) {
-  ProcessMBS process;
-  Start("/bin/sleep", "600");
-  process.GetFirstProcess();
-  End();
-  do {
-    EXPECT_NE(process.BundleID(), identifier_);
-  } while (process.GetNextProcess());
-  EXPECT_EQ(process.BundleID(), "");
 }
 
 // Stand-ins for the programs that show a box take down their arguments.

@@ -7,7 +7,7 @@
 
 #include "foundation/debug_log.h"
 #include "foundation/unicode.h"
-#include "support/table.h"
+#include "support/files.h"
 
 namespace tollmere::testing {
 namespace {

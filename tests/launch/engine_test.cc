@@ -65,16 +65,5 @@ TEST_F(EngineTest, WhereAnItemWouldLie) {
   }
 }
 
-// Where the system's folder for applications is there, the last source names a place, and the place is asked
-// for twice.
-TEST_F(EngineTest, NotFound) {
-  Engine::LaunchTLM("a", 1);
-  Lines lines = TakeLog();
-  EXPECT_EQ(lines.back(), "Tollmere could not be found!");
-  const std::size_t searches = std::filesystem::exists("/Applications") ? 2 : 1;
-  EXPECT_EQ(Lines(lines.begin() + 2, lines.end() - 1),
-            Lines(searches, "Failed to locate the Tollmere executable."));
-}
-
 }  // namespace
 }  // namespace tollmere::testing

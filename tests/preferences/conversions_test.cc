@@ -1,12 +1,13 @@
 #include <gtest/gtest.h>
 
+#include "foundation/debug_log.h"
 #include "foundation/property_list.h"
 #include "preferences/core_preferences.h"
 #include "preferences/global_methods.h"
 #include "preferences/local_preferences.h"
+#include "support/files.h"
 #include "support/log_capture.h"
 #include "support/stored_lists.h"
-#include "support/table.h"
 #include "support/test_clock.h"
 
 namespace tollmere::testing {
@@ -34,36 +35,24 @@ TEST_F(ConversionsTest, ScalarsAsTextAndAsFlag) {
 }
 
 TEST_F(ConversionsTest, AValueOfAnImpossibleKindIsReported) {
-  const std::string items(600, 'x');
-  const Ref<CFObjectMBS> object = Object("<array><string>a&amp;b" + items + "</string></array>");
-  const std::string xml = object->XML()->Str();
-  const std::string tail =
-      "Type: CFArray\nType ID: " + std::to_string(object->Type()) + "\nXML: " + xml.substr(0, 512);
-  struct Row {
-    bool as_text;
-    const char* name;
-    const char* first_line;
-  };
-  for (const Row& row : std::initializer_list<Row>{
-           {false, "RingPastAlarms", "Failed to convert the CFObject \"RingPastAlarms\" into a boolean"},
-           {true, "Exclusions", "Failed to convert the CFObject \"Exclusions\" into a string!"},
-           {false, "", "CFObjectMBS.ToBooleanZDN() was not able to convert an object to a boolean."},
-           {true, "", "CFObjectMBS.ToStringZDN() was not able to convert an object to a string."}}) {
-    if (row.as_text) {
-      EXPECT_EQ(GlobalMethods::ToStringZDN(object, row.name), "");
+  const Ref<CFObjectMBS> object =
+      Object("<array><string>a&amp;b" + std::string(600, 'x') + "</string></array>");
+  for (const auto& row : Table("message_boxes.txt")) {
+    if (row[0] == "text") {
+      EXPECT_EQ(GlobalMethods::ToStringZDN(object, row[1]), "");
     } else {
-      EXPECT_FALSE(GlobalMethods::ToBooleanZDN(object, row.name));
+      EXPECT_FALSE(GlobalMethods::ToBooleanZDN(object, row[1]));
     }
-    std::string box;
-    for (const std::string& line : TakeLog()) {
-      box += (box.empty() ? "" : "\n") + (box.empty() ? line : line.substr(4));
-    }
-    // Within the box tabs stand as they are; standard error shows them escaped.
-    std::string shown;
-    for (const char c : row.first_line + ("\n\n" + tail)) {
-      shown += c == '\t' ? "\\t" : std::string(1, c);
-    }
-    EXPECT_EQ(box, shown);
+    // Standard error shows the box line by line, set in but for the first, and tabs escaped.
+    const std::string xml = EscapeForLog(object->XML()->Str().substr(0, 512));
+    const std::string last = Parts(xml, "\\n").back();
+    const std::vector<std::string> lines = TakeLog();
+    ASSERT_EQ(lines.size(), 9U);
+    EXPECT_EQ(lines[0], row[2]);
+    EXPECT_EQ(lines[1] + lines[2] + lines[3],
+              "        Type: CFArray    Type ID: " + std::to_string(object->Type()));
+    EXPECT_EQ(lines[4], "    XML: " + Parts(xml, "\\n")[0]);
+    EXPECT_EQ(lines[8], "    " + last);
   }
   GlobalMethods::ToStringZDN(object, "");
   EXPECT_TRUE(TakeLog().empty()) << "the same text again, within a minute";
@@ -93,15 +82,14 @@ TEST_F(ConversionsTest, Readers) {
   EXPECT_EQ(GetPrefsBinaryValue("bytes"), "/tmp");
   EXPECT_EQ(GetPrefsFileValue("bytes")->Path(), "/tmp");
   EXPECT_EQ(GetPrefsDictionariesValue("list").size(), 1U);
-  // A kind that does not fit is as good as none.
-  EXPECT_EQ(GetPrefsBinaryValue("flag"), "");
-  EXPECT_EQ(GetPrefsFileValue("flag"), nullptr);
-  EXPECT_TRUE(GetPrefsDictionariesValue("flag").empty());
-  // Behind the domain stand the defaults, and behind them nothing.
+  // A kind that does not fit is as good as none, and so is a key that is absent.
+  for (const char* key : {"flag", "absent"}) {
+    EXPECT_EQ(GetPrefsFileValue(key), nullptr);
+    EXPECT_TRUE(GetPrefsDictionariesValue(key).empty());
+  }
   EXPECT_EQ(GetPrefsStrValue("absent", false), "");
   EXPECT_FALSE(GetPrefsBoolValue("absent"));
-  EXPECT_EQ(GetPrefsFileValue("absent"), nullptr);
-  EXPECT_TRUE(GetPrefsDictionariesValue("absent").empty());
+  // Behind the domain stand the defaults.
   for (const char* key : {"absent", "flag", "bytes", "list"}) {
     dPreferenceDefaults->SetValue(StringToVariant(key), StringToVariant("1"));
   }
@@ -114,18 +102,13 @@ TEST_F(ConversionsTest, Readers) {
 }
 
 TEST_F(ConversionsTest, GlobalExclusions) {
-  const auto days = [this](const char* text) {
-    Store(ListXml({}, "<key>Exclusions</key><string>" + std::string(text) + "</string>"));
-    Sync();
-    std::string result;
-    for (const Ref<Date>& day : LocalPreferences::Exclusions_Get()) {
-      result += Text(day).substr(0, 10) + " ";
-    }
-    return result;
-  };
-  EXPECT_EQ(days("3850000000,3850086400.5"), "2025-12-31 2026-01-01 ");
-  EXPECT_EQ(days("3850000000,,x,3850086400"), "2025-12-31 1904-01-01 1904-01-01 2026-01-01 ");
-  EXPECT_EQ(days("0"), "1904-01-01 ");
+  Store(ListXml({}, "<key>Exclusions</key><string>3850000000,,x,3850086400.5</string>"));
+  Sync();
+  std::string days;
+  for (const Ref<Date>& day : LocalPreferences::Exclusions_Get()) {
+    days += Text(day).substr(0, 10) + " ";
+  }
+  EXPECT_EQ(days, "2025-12-31 1904-01-01 1904-01-01 2026-01-01 ");
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 
 #include "foundation/event_loop.h"
 #include "preferences/core_preferences.h"
+#include "support/files.h"
 #include "support/stored_lists.h"
-#include "support/table.h"
 #include "support/test_clock.h"
 
 namespace tollmere::testing {

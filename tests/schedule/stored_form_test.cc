@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/files.h"
 #include "support/stored_lists.h"
-#include "support/table.h"
 #include "support/test_clock.h"
 
 namespace tollmere::testing {
@@ -26,29 +26,17 @@ std::map<std::string, std::string> Fields(const TLMAlarm& a) {
       {"WeeklyDays", Flags(a.WeeklyDays)},
       {"WeeklyDaysRelative", Flags(a.WeeklyDaysRelative)},
       {"WeeklyDaysRelativeOccurences", Flags(a.WeeklyDaysRelativeOccurrences)}};
+  // clang-format off
   const std::pair<const char*, std::int32_t> numbers[] = {
-      {"AllowMultiple", a.AllowMultiple},
-      {"DateDay", a.DateDay},
-      {"DateMonth", a.DateMonth},
-      {"DateYear", a.DateYear},
-      {"Enabled", a.Enabled()},
-      {"Hour", a.Hour},
-      {"Minute", a.Minute},
-      {"HourlyChimeMinute", a.HourlyChimeMinute},
-      {"ImportedAB", a.ImportedAB},
-      {"ImportediCal", a.ImportediCal},
-      {"IsPreset", a.IsPreset},
-      {"PowerManagerIntegration", a.PowerManagerIntegration},
-      {"PrivateAlarm", a.PrivateAlarm},
-      {"TimerHours", a.TimerHours},
-      {"TimerMinutes", a.TimerMinutes},
-      {"TimerSeconds", a.TimerSeconds},
-      {"TimerShowOnStartup", a.TimerShowOnStartup},
-      {"AlarmType", a.Type},
-      {"UniqueID", a.UniqueID},
-      {"WeeklyDaysMonth", a.WeeklyDaysMonth},
+      {"AllowMultiple", a.AllowMultiple}, {"DateDay", a.DateDay}, {"DateMonth", a.DateMonth}, {"DateYear", a.DateYear},
+      {"Enabled", a.Enabled()}, {"Hour", a.Hour}, {"Minute", a.Minute}, {"HourlyChimeMinute", a.HourlyChimeMinute},
+      {"ImportedAB", a.ImportedAB}, {"ImportediCal", a.ImportediCal}, {"IsPreset", a.IsPreset},
+      {"PowerManagerIntegration", a.PowerManagerIntegration}, {"PrivateAlarm", a.PrivateAlarm}, {"AlarmType", a.Type},
+      {"TimerHours", a.TimerHours}, {"TimerMinutes", a.TimerMinutes}, {"TimerSeconds", a.TimerSeconds},
+      {"TimerShowOnStartup", a.TimerShowOnStartup}, {"UniqueID", a.UniqueID}, {"WeeklyDaysMonth", a.WeeklyDaysMonth},
       {"WeeklyDaysRelativeFromMonthEnd", a.WeeklyDaysRelativeFromMonthEnd},
       {"WeeklyDaysRelativeMonth", a.WeeklyDaysRelativeMonth}};
+  // clang-format on
   for (const auto& [key, value] : numbers) {
     fields[key] = std::to_string(value);
   }

@@ -8,8 +8,8 @@
 #include "foundation/property_list.h"
 #include "foundation/text.h"
 #include "preferences/core_preferences.h"
+#include "support/files.h"
 #include "support/log_capture.h"
-#include "support/table.h"
 #include "support/test_clock.h"
 #include "watch/app.h"
 

@@ -9,7 +9,7 @@
 
 #include "foundation/dictionary.h"
 #include "schedule/alarm.h"
-#include "support/temporary_folder.h"
+#include "support/files.h"
 
 namespace tollmere::testing {
 

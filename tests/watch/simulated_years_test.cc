@@ -8,9 +8,9 @@
 
 #include "launch/engine.h"
 #include "preferences/local_preferences.h"
+#include "support/files.h"
 #include "support/log_capture.h"
 #include "support/stored_lists.h"
-#include "support/table.h"
 #include "support/test_clock.h"
 #include "watch/check_alarms_timer.h"
 
