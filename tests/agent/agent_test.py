@@ -159,6 +159,10 @@ class AgentTest(unittest.TestCase):
                 self.bundle("Applications", "no program")
 
     def test_a_stopped_agent_goes_on(self):
+        # With a store where it lies when the environment names no usable folder.
+        self.environment["XDG_CONFIG_HOME"] = "relative"
+        os.mkdir(self.home + "/.config")
+        self.store_path = self.home + "/.config/com.vendrel.Tollmere9.plist"
         self.bundle("Applications")
         self.store([])
         self.start()

@@ -47,13 +47,5 @@ TEST(EventLoopTest, TheGridHoldsAndWhatIsMissedIsDropped) {
   }
 }
 
-TEST(EventLoopTest, AnAskedForEndLeavesTheLoop) {
-  Application application;
-  end_of_process_requested = true;
-  EXPECT_THROW(application.Run(), EndOfProcess);
-  end_of_process_requested = false;
-  EXPECT_NO_THROW(Yield());
-}
-
 }  // namespace
 }  // namespace tollmere::testing

@@ -98,15 +98,5 @@ TEST_F(PreferenceServiceTest, AFileThatIsWrittenWhileItIsRead) {
   waitpid(writer, nullptr, 0);
 }
 
-TEST_F(PreferenceServiceTest, WhereTheStoreLies) {
-  for (const char* unusable : {"", "relative/folder"}) {
-    setenv("XDG_CONFIG_HOME", unusable, 1);
-    setenv("HOME", folder_.Path().c_str(), 1);
-    folder_.Write(".config/d.plist", "<plist><dict><key>k</key><string>home</string></dict></plist>");
-    CFPreferencesMBS service;
-    EXPECT_NE(service.CopyAppValue(NewCFStringMBS("k"), NewCFStringMBS("d")), nullptr);
-  }
-}
-
 }  // namespace
 }  // namespace tollmere::testing

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
 
-#include "foundation/event_loop.h"
 #include "preferences/core_preferences.h"
 #include "support/files.h"
 #include "support/stored_lists.h"
@@ -17,10 +15,14 @@ using NextRingTimeTest = StoreTest;
 TEST_F(NextRingTimeTest, Timetable) {
   for (const auto& row : Table("next_ring_times.txt")) {
     SetClock(row[0]);
-    Store(ListXml({}, row.size() > 3 ? "Exclusions=" + row[3] : ""));
+    Store(ListXml({}, row.size() > 3 && !row[3].empty() ? "Exclusions=" + row[3] : ""));
     CorePreferencesModified::Sync();
     const Ref<TLMAlarm> alarm = AlarmOf(row[2]);
-    alarm->SetNextRingTime(nullptr);
+    const Ref<Date> from = row.size() > 4 ? New<Date>() : nullptr;
+    if (from != nullptr) {
+      from->SetTotalSeconds(row[4] == "the end" ? 1e300 : TotalSeconds(row[4]));
+    }
+    alarm->SetNextRingTime(from);
     EXPECT_EQ(Text(alarm->NextRingDateTime), row[1]) << row[0] << "  " << row[2];
   }
 }
@@ -52,40 +54,6 @@ TEST_F(NextRingTimeTest, WeeklyRelativeAgreesWithTheCalendar) {
                static_cast<std::int64_t>(last - day + 1) * kSecondsPerDay);
     }
   }
-}
-
-TEST_F(NextRingTimeTest, AGivenMomentMovesTheFloorAndNothingElse) {
-  SetClock("2027-06-15 10:00:00");
-  const Ref<TLMAlarm> daily = AlarmOf("DateYear=-1 DateMonth=-1 DateDay=-1 Hour=8 Minute=0");
-  const Ref<TLMAlarm> unknown = AlarmOf("AlarmType=9 Hour=11 Minute=0");
-  const Ref<Date> later = New<Date>();
-  later->SetTotalSeconds(TotalSeconds("2027-09-01 09:00:00"));
-  daily->SetNextRingTime(later);
-  unknown->SetNextRingTime(later);
-  EXPECT_EQ(Text(daily->NextRingDateTime), "2027-09-02 08:00:00");
-  EXPECT_EQ(Text(unknown->NextRingDateTime), "Never");
-}
-
-// At the end of what a year can show, the bounded searches are bounded still.
-TEST_F(NextRingTimeTest, TheEndOfTheCalendar) {
-  const Ref<Date> last = New<Date>();
-  last->SetTotalSeconds(1e300);
-  for (const char* words : {"DateYear=-1 DateMonth=-1 DateDay=32",
-                            "AlarmType=2 WeeklyDaysRelative=0 WeeklyDaysRelativeOccurences=4"}) {
-    const Ref<TLMAlarm> alarm = AlarmOf(words);
-    alarm->SetNextRingTime(last);
-    EXPECT_EQ(alarm->NextRingDateTime, nullptr) << words;
-  }
-}
-
-TEST_F(NextRingTimeTest, TheSearchWithoutAnEndIsLeftWhenTheProcessIsToEnd) {
-  const Ref<TLMAlarm> alarm = AlarmOf("AlarmType=1 WeeklyDays=0 Enabled=false");
-  alarm->WeeklyDaysMonth = 13;
-  std::jthread request([] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    end_of_process_requested = true;
-  });
-  EXPECT_THROW(alarm->SetEnabled(true), EndOfProcess);
 }
 
 }  // namespace
