@@ -1,8 +1,6 @@
 // Programs started as processes of their own.
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
 #include <vector>
 

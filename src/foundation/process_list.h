@@ -1,8 +1,6 @@
 // The running processes.
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -25,7 +23,7 @@ class ProcessMBS final : public Object {
   std::string BundleID() const;
 
  private:
-  std::vector<pid_t> processes_;
+  std::vector<int> processes_;  // by their numbers
   std::size_t at_ = 0;
 };
 

@@ -1,6 +1,7 @@
 // Binary property lists: an eight-byte head, the objects, a table of their offsets, and a trailer that says
 // where the table is and which object is the top one. Objects refer to one another by their number in
 // the table, all numbers are big-endian, and any reference may occur any number of times.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
