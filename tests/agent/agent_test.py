@@ -62,7 +62,7 @@ class AgentTest(unittest.TestCase):
         with open(path + "/Contents/Info.plist", "wb") as file:
             plistlib.dump({"CFBundleIdentifier": identifier, "CFBundleExecutable": "Tollmere"}, file)
         with open(path + "/Contents/MacOS/Tollmere", "w") as file:
-            file.write(script or f"#!/bin/sh\necho $$ >>{self.home}/started\nwhile :; do sleep 0.1; done\n")
+            file.write(script or f"#!/bin/sh\necho $$ >>{self.home}/started\nwhile [ -e {self.home} ]; do sleep 0.1; done\n")
         os.chmod(path + "/Contents/MacOS/Tollmere", 0o755)
         return path
 

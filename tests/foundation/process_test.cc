@@ -24,6 +24,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Not the main application's: tests that look for that one may run at the same time.
+constexpr const char* kIdentifier = "test.launch";
+
 // Waits, generously, for what is to come about.
 bool Eventually(const std::function<bool()>& holds) {
   for (int i = 0; i < 6000 && !holds(); ++i) {
@@ -44,7 +47,7 @@ TEST(LaunchTest, TheStartedProgramHasNothingOfOurs) {
   TemporaryFolder folder;
   const std::string out = folder.Path() + "/out";
   setenv("OUT", out.c_str(), 1);
-  const std::string bundle = folder.WriteBundle("A.app", ReadWholeFile(TEST_DATA "/report.sh"));
+  const std::string bundle = folder.WriteBundle("A.app", ReadWholeFile(TEST_DATA "/report.sh"), kIdentifier);
   // What could be inherited: an open file, an ignored signal, a blocked signal.
   const int inherited = open("/dev/null", O_RDONLY);
   signal(SIGUSR1, SIG_IGN);
@@ -85,7 +88,7 @@ TEST(LaunchTest, WhatCannotBeStartedSaysWhy) {
 
 TEST(LaunchTest, AThousandStartsLeaveNothingBehind) {
   TemporaryFolder folder;
-  const std::string bundle = folder.WriteBundle("A.app", "#!/bin/sh\n");
+  const std::string bundle = folder.WriteBundle("A.app", "#!/bin/sh\n", kIdentifier);
   const std::size_t descriptors = OpenDescriptors();
   for (int i = 0; i < 1000; ++i) {
     ASSERT_EQ(Launch(bundle), 0);
@@ -97,7 +100,7 @@ TEST(LaunchTest, AThousandStartsLeaveNothingBehind) {
 // Faults of the system, met in a child that has been brought to its limit.
 TEST(LaunchTest, TheSystemSaysNo) {
   TemporaryFolder folder;
-  const std::string bundle = folder.WriteBundle("A.app", "#!/bin/sh\n");
+  const std::string bundle = folder.WriteBundle("A.app", "#!/bin/sh\n", kIdentifier);
   const pid_t child = fork();
   if (child == 0) {
     CFPreferencesMBS preferences;

@@ -23,8 +23,10 @@ class EngineTest : public StoreTest {
 };
 
 TEST_F(EngineTest, ThreeSourcesBestFirst) {
-  const std::string stored = folder_.WriteBundle("stored place/Tollmere.app", "#!/bin/sh\n");
-  const std::string known = folder_.WriteBundle("Applications/Named as you like.app", "#!/bin/sh\n");
+  const std::string stored =
+      folder_.WriteBundle("stored place/Tollmere.app", "#!/bin/sh\n", "com.vendrel.Tollmere9");
+  const std::string known =
+      folder_.WriteBundle("Applications/Named as you like.app", "#!/bin/sh\n", "com.vendrel.Tollmere9");
   const auto found = [](const std::string& path) { return Lines({"Found Tollmere: " + path}); };
   StoreLocation("file://" + folder_.Path() + "/stored%20place/Tollmere.app/");
   EXPECT_EQ(Engine::TollmereAppFile()->Path(), stored);

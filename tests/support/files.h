@@ -17,9 +17,9 @@ class TemporaryFolder {
   const std::string& Path() const { return path_; }
   // Writes a file, with the folders above it, and gives its path.
   std::string Write(const std::string& name, std::string_view content, bool executable = false) const;
-  // A bundle, by default with the main application's identifier, whose executable is that script.
+  // A bundle with that identifier whose executable is that script.
   std::string WriteBundle(const std::string& name, std::string_view script,
-                          const std::string& identifier = "com.vendrel.Tollmere9") const;
+                          const std::string& identifier) const;
 
  private:
   std::string path_;

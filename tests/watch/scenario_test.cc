@@ -20,7 +20,7 @@ class ScenarioTest : public StoreTest {
     SetUp();
     alarms_.clear();
     domain_.clear();
-    bundle_ = folder_.WriteBundle("Tollmere.app", "");
+    bundle_ = folder_.WriteBundle("Tollmere.app", "", "com.vendrel.Tollmere9");
     std::filesystem::permissions(bundle_ + "/Contents/MacOS/Tollmere", std::filesystem::perms::none);
   }
   void Tick(const std::string& moment) {
