@@ -165,7 +165,7 @@ std::string Date::LongTime() const {
 }
 
 Ref<Date> DateAt(double total_seconds) {
-  Ref<Date> date = New<Date>();
+  Ref<Date> date(std::allocate_shared<Date>(RegionAllocator<Date>()));
   date->SetTotalSeconds(total_seconds);
   return date;
 }

@@ -4,9 +4,11 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "foundation/calendar_math.h"
 #include "foundation/object.h"
+#include "foundation/region.h"
 
 namespace tollmere {
 
@@ -161,9 +163,16 @@ class Date final : public Object {
   State state_;
 };
 
-// A new Date on that moment.
+// A list of moments, of which an alarm makes several each second.
+using Dates = std::vector<Ref<Date>, RegionAllocator<Ref<Date>>>;
+
+// A new Date on that moment, for what an alarm or a list of days holds: it lies in a region.
 Ref<Date> DateAt(double total_seconds);
-// A Date of its own on the same moment.
-inline Ref<Date> CopyOf(const Date& date) { return DateAt(date.TotalSeconds()); }
+// A Date of its own on the same moment, which may be kept for as long as one likes.
+inline Ref<Date> CopyOf(const Date& date) {
+  Ref<Date> copy = New<Date>();
+  copy->SetTotalSeconds(date.TotalSeconds());
+  return copy;
+}
 
 }  // namespace tollmere

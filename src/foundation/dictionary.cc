@@ -9,14 +9,15 @@ namespace {
 // Up to here a search along the entries is quicker than any index.
 constexpr std::size_t kSearchedCount = 32;
 
-// The end of the text, where keys that belong together differ, and its length.
-std::uint64_t MarkOf(std::string_view text) noexcept {
+// Of the end of the text, where keys that belong together differ, and of its length.
+std::uint32_t MarkOf(std::string_view text) noexcept {
   std::uint64_t end = 0;
   const std::size_t size = std::min(text.size(), sizeof end);
   if (size > 0) {
     std::memcpy(&end, text.data() + text.size() - size, size);
   }
-  return end ^ (std::uint64_t{text.size()} << 32U);
+  constexpr std::uint64_t kOddFactor = 0x9E37'79B9'7F4A'7C15;  // spreads every bit over the upper half
+  return static_cast<std::uint32_t>((end * kOddFactor ^ text.size() * kOddFactor) >> 32U);
 }
 
 }  // namespace
@@ -27,7 +28,6 @@ Dictionary::Key::Key(const Variant& boxed) {
   if (const auto* text = boxed.If<std::string>()) {
     *this = Key(std::string_view(*text));
   } else if (const auto* number = boxed.If<std::int32_t>()) {
-    number_ = *number;
     mark_ = static_cast<std::uint32_t>(*number);
   } else {
     throw IllegalCastException();
@@ -45,17 +45,16 @@ Dictionary::Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs)
 }
 
 const Dictionary::Entry* Dictionary::Find(const Key& key) const noexcept {
-  const auto found_in = [&](const auto& index, const auto& sought) -> const Entry* {
-    const auto found = index.find(sought);
-    return found != index.end() ? &At(found->second) : nullptr;
-  };
-  if (index_ != nullptr) {
-    return key.is_text_ ? found_in(index_->texts, key.text_) : found_in(index_->numbers, key.number_);
-  }
-  if (has_first_ && key.Names(first_)) {
+  if (first_.is_there && key.Names(first_)) {
     return &first_;
   }
-  for (const Entry& entry : others_) {
+  if (more_ == nullptr) {
+    return nullptr;
+  }
+  if (more_->index != nullptr) {
+    return FindIndexed(key);
+  }
+  for (const Entry& entry : more_->entries) {
     if (key.Names(entry)) {
       return &entry;
     }
@@ -63,12 +62,33 @@ const Dictionary::Entry* Dictionary::Find(const Key& key) const noexcept {
   return nullptr;
 }
 
+const Dictionary::Entry* Dictionary::FindIndexed(const Key& key) const noexcept {
+  Index& index = *more_->index;
+  std::size_t& last_found = index.last_found;
+  for (std::size_t position = last_found; position < std::min(last_found + 2, Count()); ++position) {
+    if (key.Names(At(position))) {
+      last_found = position;
+      return &At(position);
+    }
+  }
+  const auto found_in = [&](const auto& positions, const auto& sought) -> const Entry* {
+    const auto found = positions.find(sought);
+    if (found == positions.end()) {
+      return nullptr;
+    }
+    last_found = found->second;
+    return &At(last_found);
+  };
+  return key.is_text_ ? found_in(index.texts, key.text_)
+                      : found_in(index.numbers, static_cast<std::int32_t>(key.mark_));
+}
+
 void Dictionary::AddToIndex(std::size_t position) {
   const Entry& entry = At(position);
   if (entry.text != nullptr) {
-    index_->texts.emplace(*entry.text, position);
+    more_->index->texts.emplace(*entry.text, position);
   } else {
-    index_->numbers.emplace(static_cast<std::int32_t>(static_cast<std::uint32_t>(entry.mark)), position);
+    more_->index->numbers.emplace(static_cast<std::int32_t>(entry.mark), position);
   }
 }
 
@@ -87,20 +107,31 @@ void Dictionary::SetValue(const Variant& key, Variant value) {
     return;
   }
   const auto* text = key.If<Variant::SharedText>();
-  Entry added{text != nullptr ? *text : nullptr, sought.mark_, std::move(value)};
-  if (!has_first_) {
+  Entry added{text != nullptr ? *text : nullptr, std::move(value), true, sought.mark_};
+  if (!first_.is_there) {
     first_ = std::move(added);
-    has_first_ = true;
     return;
   }
-  others_.push_back(std::move(added));
-  if (index_ != nullptr) {
+  if (more_ == nullptr) {
+    more_ = std::make_unique<More>();
+  }
+  more_->entries.push_back(std::move(added));
+  if (more_->index != nullptr) {
     AddToIndex(Count() - 1);
   } else if (Count() > kSearchedCount) {
-    index_ = std::make_unique<Index>();
+    more_->index = std::make_unique<Index>();
     for (std::size_t position = 0; position < Count(); ++position) {
       AddToIndex(position);
     }
+  }
+}
+
+void Dictionary::Reserve(std::size_t count) {
+  if (count > 1) {
+    if (more_ == nullptr) {
+      more_ = std::make_unique<More>();
+    }
+    more_->entries.reserve(count - 1);
   }
 }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "foundation/object.h"
+#include "foundation/region.h"
 #include "foundation/variant.h"
 
 namespace tollmere {
@@ -29,6 +30,8 @@ class Dictionary final : public Object {
   struct Entry;
 
  public:
+  using Allocator = RegionAllocator<Dictionary>;
+
   // Of several pairs with the same key the last one holds.
   explicit Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs = {});
 
@@ -44,10 +47,9 @@ class Dictionary final : public Object {
 
     bool Names(const Entry& entry) const noexcept;
 
-    // Equal keys have equal marks; of unequal ones few have.
-    std::uint64_t mark_ = 0;
+    // Equal keys have equal marks; of unequal texts few have, and a number is its own mark.
+    std::uint32_t mark_ = 0;
     bool is_text_ = false;
-    std::int32_t number_ = 0;
     std::string_view text_;
   };
 
@@ -68,36 +70,49 @@ class Dictionary final : public Object {
   // The stored value, or `otherwise` when the key is absent.
   Variant Lookup(const Key& key, const Variant& otherwise) const;
 
-  std::size_t Count() const noexcept { return has_first_ ? 1 + others_.size() : 0; }
+  std::size_t Count() const noexcept {
+    return more_ != nullptr ? 1 + more_->entries.size() : static_cast<std::size_t>(first_.is_there);
+  }
   // Makes room for that many entries at once.
-  void Reserve(std::size_t count) { others_.reserve(count > 0 ? count - 1 : 0); }
+  void Reserve(std::size_t count);
 
  private:
+  // A reload fills and reads millions of these: the members behind the value lie in what would be its
+  // padding.
   struct Entry {
-    Variant::SharedText text;  // null where the key is a number, which then is the mark
-    std::uint64_t mark = 0;
-    Variant value;
+    Variant::SharedText text;  // null where the key is a number
+    [[no_unique_address]] Variant value;
+    bool is_there = false;
+    std::uint32_t mark = 0;  // of the key
   };
 
   // Where each key stands. Ordered, so that no choice of keys can make it slow.
   struct Index {
     std::map<std::string, std::size_t, std::less<>> texts;
     std::map<std::int32_t, std::size_t> numbers;
+    // Where the entry stands that was last found. It is often asked for again, and then the one behind it.
+    std::size_t last_found = 0;
+  };
+
+  // What stands behind the first entry, in the order of its arrival.
+  struct More {
+    static void* operator new(std::size_t size) { return AllocateInRegion(size); }
+    static void operator delete(void* block, std::size_t size) noexcept { FreeInRegion(block, size); }
+
+    std::vector<Entry, RegionAllocator<Entry>> entries;
+    std::unique_ptr<Index> index;  // A small dictionary is simply searched, only a large one has an index.
   };
 
   const Entry& At(std::size_t position) const noexcept {
-    return position == 0 ? first_ : others_[position - 1];
+    return position == 0 ? first_ : more_->entries[position - 1];
   }
   const Entry* Find(const Key& key) const noexcept;
+  const Entry* FindIndexed(const Key& key) const noexcept;
   void AddToIndex(std::size_t position);
 
-  // In the order of their arrival. Most dictionaries have but one entry, which therefore lies in the
-  // dictionary itself; while there is none it has no key. A small dictionary is simply searched, only a large
-  // one has an index.
-  bool has_first_ = false;
+  // Most dictionaries have but one entry, which therefore lies in the dictionary itself.
   Entry first_;
-  std::vector<Entry> others_;
-  std::unique_ptr<Index> index_;
+  std::unique_ptr<More> more_;
 };
 
 // An array of dictionaries as a Variant can hold it.

@@ -78,10 +78,14 @@ class Ref {
   std::shared_ptr<T> pointer_;
 };
 
-// A new object, made with one allocation.
+// A new object, made with one allocation: by the class's own Allocator where it names one.
 template <class T, class... Arguments>
 Ref<T> New(Arguments&&... arguments) {
-  return Ref<T>(std::make_shared<T>(std::forward<Arguments>(arguments)...));
+  if constexpr (requires { typename T::Allocator; }) {
+    return Ref<T>(std::allocate_shared<T>(typename T::Allocator(), std::forward<Arguments>(arguments)...));
+  } else {
+    return Ref<T>(std::make_shared<T>(std::forward<Arguments>(arguments)...));
+  }
 }
 
 // A base of several classes may tell them apart by a number of its own, which is cheaper to ask for than

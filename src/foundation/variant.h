@@ -18,6 +18,8 @@ class Variant {
  public:
   // Copies of a Variant share its text, which nobody changes.
   using SharedText = std::shared_ptr<const std::string>;
+  // The empty text; no memory is taken for it.
+  static SharedText NoText() noexcept;
 
   Variant() = default;  // Nil
 
@@ -50,7 +52,9 @@ class Variant {
   friend Variant BooleanToVariant(bool) noexcept;
   friend Variant ObjectToVariant(Ref<Object>) noexcept;
 
-  std::variant<std::monostate, SharedText, std::int32_t, double, bool, Ref<Object>> value_;
+  // Whoever holds a Variant may lay small members of its own into the padding.
+  [[no_unique_address]] std::variant<std::monostate, SharedText, std::int32_t, double, bool, Ref<Object>>
+      value_;
 };
 
 Variant StringToVariant(std::string value);
@@ -63,6 +67,8 @@ Variant ObjectToVariant(Ref<Object> value) noexcept;
 
 // The text; of a number its Str, of a boolean "True" or "False"; empty for an object and for Nil.
 std::string VariantToString(const Variant& value);
+// The same text, and where the Variant holds a text itself that one without a copy of it; never null.
+Variant::SharedText VariantToSharedText(const Variant& value);
 // The integer; of a double its whole part, held within 32 bits, NaN giving 0; of a text its Val likewise;
 // of a boolean 1 or 0; 0 for an object and for Nil.
 std::int32_t VariantToInt32(const Variant& value) noexcept;

@@ -1,5 +1,7 @@
 #include "preferences/local_preferences.h"
 
+#include <utility>
+
 #include "foundation/debug_log.h"
 #include "foundation/event_loop.h"
 #include "preferences/core_preferences.h"
@@ -11,7 +13,7 @@ namespace {
 std::string RingText(const Date& date) { return date.LongDate() + " " + date.LongTime(); }
 
 void LogNextRing(const char* beginning, const TLMAlarm& alarm, const std::string& when) {
-  System::DebugLog(beginning + alarm.Name + "\"; Ring At: " + when);
+  System::DebugLog(beginning + *alarm.Name + "\"; Ring At: " + when);
 }
 
 // Logs the alarm when it is new to this process or its next ring has moved, and remembers that ring.
@@ -41,9 +43,9 @@ void LogAndRemember(const TLMAlarm& alarm) {
 void Reload() {
   xAlarmArray.clear();
   CorePreferencesModified::Sync();
-  for (const Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
+  for (Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
     const Ref<TLMAlarm> a = TLMAlarm::Make();
-    a->SetDictionary(stored);
+    a->SetDictionary(std::exchange(stored, nullptr));  // which releases it while it is still at hand
     // The rings of this process are stronger than what the main application stored, Nil included. No
     // setter takes part: nothing is worked out here.
     const Variant id = Int32ToVariant(a->UniqueID);
@@ -59,10 +61,10 @@ void Reload() {
   }
 }
 
-std::vector<Ref<Date>> Exclusions_Get() {
+Dates Exclusions_Get() {
   const std::string text = CorePreferencesModified::GetPrefsStrValue("Exclusions", false);
   const std::vector<double> moments = GlobalMethods::SplitDoubleArrayZDN(text, ",");
-  std::vector<Ref<Date>> days;
+  Dates days;
   days.reserve(moments.size());
   for (const double seconds : moments) {
     days.push_back(DateAt(seconds));

@@ -28,6 +28,6 @@ inline Ref<Dictionary> MasteRingHistory;
 void Reload();
 
 // The days on which no alarm rings, read afresh at each call; in the order of the stored text.
-std::vector<Ref<Date>> Exclusions_Get();
+Dates Exclusions_Get();
 
 }  // namespace tollmere::LocalPreferences

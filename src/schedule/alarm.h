@@ -4,12 +4,11 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "foundation/date.h"
 #include "foundation/dictionary.h"
 #include "foundation/object.h"
+#include "foundation/variant.h"
 
 namespace tollmere {
 
@@ -30,6 +29,8 @@ inline constexpr std::int32_t kAny = -1;
 // the next day, and a month of 13 that never comes is waited for as long as the kind of alarm waits.
 class TLMAlarm {
  public:
+  using Allocator = RegionAllocator<TLMAlarm>;
+
   // A new alarm that has run its Constructor.
   static Ref<TLMAlarm> Make();
 
@@ -56,7 +57,9 @@ class TLMAlarm {
   // A change in either direction forgets the last ring. The next ring time is worked out anew in any case.
   void SetEnabled(bool value);
 
-  std::string Name;
+  // Never null. It is the stored form's own text: a copy for every alarm and second would cost a good part of
+  // all that a reload costs.
+  Variant::SharedText Name = Variant::NoText();
   std::int32_t UniqueID = 0;   // identity across reloads; -1 when the stored alarm has none
   Ref<Date> NextRingDateTime;  // never shared with another field; written by SetNextRingTime alone
 
@@ -79,7 +82,7 @@ class TLMAlarm {
   std::int32_t WeeklyDaysRelativeMonth = 0;
   bool PrivateAlarm = false;
   bool WeeklyDaysRelativeFromMonthEnd = false;  // occurrences are counted from the month's last day
-  std::vector<Ref<Date>> Exclusions;            // whole days; the time of day has no meaning
+  Dates Exclusions;                             // whole days; the time of day has no meaning
   bool PowerManagerIntegration = false;
   Ref<Date> LastRungDateTime;  // Nil: not known to have rung
   bool IsPreset = false;       // never has a ring time and is never watched
@@ -102,8 +105,7 @@ class TLMAlarm {
 
   // The moments of month `iMonth`, 1 to 12, at which a weekly-relative alarm rings: ascending, or descending
   // when it counts from the month's end.
-  std::vector<Ref<Date>> SetNextRingTime_WeeklyRelativeOccursThisMonth(std::int32_t iMonth,
-                                                                       std::int32_t iYear) const;
+  Dates SetNextRingTime_WeeklyRelativeOccursThisMonth(std::int32_t iMonth, std::int32_t iYear) const;
 
   // True when `d` lies on a day that the alarm's own list excludes, or the global one.
   bool IsExcluded(const Date& d) const { return IsDayExcluded(d.Year(), d.Month(), d.Day()); }

@@ -5,7 +5,7 @@
 namespace tollmere {
 namespace {
 
-bool HoldsDay(const std::vector<Ref<Date>>& days, std::int32_t year, std::int32_t month, std::int32_t day) {
+bool HoldsDay(const Dates& days, std::int32_t year, std::int32_t month, std::int32_t day) {
   for (const Ref<Date>& excluded : days) {
     if (excluded->Year() == year && excluded->Month() == month && excluded->Day() == day) {
       return true;

@@ -17,9 +17,9 @@ std::int32_t LookupInt32(const Dictionary& d, std::string_view key, std::int32_t
   return value != nullptr ? VariantToInt32(*value) : otherwise;
 }
 
-std::string LookupString(const Dictionary& d, std::string_view key) {
+Variant::SharedText LookupString(const Dictionary& d, std::string_view key) {
   const Variant* value = d.If(key);
-  return value != nullptr ? VariantToString(*value) : std::string();
+  return value != nullptr ? VariantToSharedText(*value) : Variant::NoText();
 }
 
 // A stored value as a dictionary.
@@ -76,7 +76,7 @@ void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   DateMonth = LookupInt32(*d, "DateMonth", now.Month());
   DateYear = LookupInt32(*d, "DateYear", now.Year());
   SetEnabled(LookupBoolean(*d, "Enabled", true));
-  for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(LookupString(*d, "Exclusions"), ",")) {
+  for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(*LookupString(*d, "Exclusions"), ",")) {
     Exclusions.push_back(DateAt(seconds));
     Yield();
   }

@@ -15,9 +15,8 @@ constexpr std::int32_t kLongestMonth = 31;
 // looked up. dDay begins on today's day of the month. Where the month has no such day, it rolls into
 // the next one, the count ends after one turn, and counting from the month's end offers day 1 of the
 // month and no other. So the last days of a month behave, and so they are to.
-std::vector<Ref<Date>> TLMAlarm::SetNextRingTime_WeeklyRelativeOccursThisMonth(std::int32_t iMonth,
-                                                                               std::int32_t iYear) const {
-  std::vector<Ref<Date>> aCandidates;
+Dates TLMAlarm::SetNextRingTime_WeeklyRelativeOccursThisMonth(std::int32_t iMonth, std::int32_t iYear) const {
+  Dates aCandidates;
   if (WeeklyDaysRelativeMonth != kAny && iMonth != WeeklyDaysRelativeMonth) {
     return aCandidates;
   }
