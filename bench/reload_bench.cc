@@ -8,6 +8,7 @@
 #include "preferences/local_preferences.h"
 #include "sample_alarms.h"
 #include "sample_domain.h"
+#include "schedule/alarm.h"
 #include "watch/check_alarms_timer.h"
 
 namespace tollmere {
@@ -29,14 +30,14 @@ BENCHMARK_CAPTURE(ParseAndRelease, xml, WriteXml)->Name("PropertyList/Xml");
 BENCHMARK_CAPTURE(ParseAndRelease, binary, WriteBinary)->Name("PropertyList/Binary");
 
 // The first reload parses the file and logs every alarm; those that are measured find it unchanged.
-void ReloadUnchanged(benchmark::State& state, const std::string& bytes, int alarms) {
+void ReloadUnchanged(benchmark::State& state, const std::string& bytes, int alarms, int watched) {
   const StandingClock clock;
   const SampleDomain domain(bytes);
   LocalPreferences::Reload();
   for (auto _ : state) {
     LocalPreferences::Reload();
   }
-  if (LocalPreferences::xAlarmArray.size() != static_cast<std::size_t>(alarms - alarms / 10)) {
+  if (LocalPreferences::xAlarmArray.size() != static_cast<std::size_t>(watched)) {
     state.SkipWithError("the alarms are not all there");
   }
   SetPieces(state, alarms);
@@ -44,13 +45,14 @@ void ReloadUnchanged(benchmark::State& state, const std::string& bytes, int alar
 
 void ReloadBinary(benchmark::State& state) {
   const int alarms = static_cast<int>(state.range(0));
-  ReloadUnchanged(state, WriteBinary(SampleDomainValue(alarms, Items::kWhereNeeded)), alarms);
+  ReloadUnchanged(state, WriteBinary(SampleDomainValue(alarms, Items::kWhereNeeded)), alarms,
+                  alarms / 10 * 9);
 }
 BENCHMARK(ReloadBinary)->Name("Reload")->Arg(10)->Arg(100)->Arg(1000)->Arg(10000);
 
 // From XML, whose stored objects are each alarm's own, and with all nested items.
 void ReloadXml(benchmark::State& state) {
-  ReloadUnchanged(state, WriteXml(SampleDomainValue(1000, Items::kAll)), 1000);
+  ReloadUnchanged(state, WriteXml(SampleDomainValue(1000, Items::kAll)), 1000, 900);
 }
 BENCHMARK(ReloadXml)->Name("Reload/Xml1000");
 
@@ -95,6 +97,35 @@ void TickAfterSleep(benchmark::State& state, std::int64_t seconds) {
 }
 BENCHMARK_CAPTURE(TickAfterSleep, night, 8 * 3600)->Name("Tick/After8Hours")->Iterations(1);
 BENCHMARK_CAPTURE(TickAfterSleep, fortnight, 14 * 86'400)->Name("Tick/After2Weeks")->Iterations(1);
+
+// The most work that a stored list can ask for by its number of alarms: as many as there may be of a kind
+// whose search goes through all its years and finds nothing.
+void WorstSearches(benchmark::State& state) {
+  constexpr int kAlarms = 90'000;  // almost the million stored objects that a list may have
+  PropertyListValue::Array alarms;
+  for (int number = 0; number < kAlarms; ++number) {
+    alarms.emplace_back(PropertyListValue::Dictionary{
+        {"AlarmType", AlarmTypeWeeklyRelative},
+        {"WeeklyDaysRelative",
+         PropertyListValue::Dictionary{
+             {"x0", PropertyListValue::Dictionary{{"WeeklyDayRelativeEnabled", true}}}}}});
+  }
+  ReloadUnchanged(state, WriteBinary(PropertyListValue::Dictionary{{"Alarms", std::move(alarms)}}), kAlarms,
+                  kAlarms);
+}
+BENCHMARK(WorstSearches)->Name("Worst/Searches")->Iterations(1)->Repetitions(1);
+
+// And by its exclusions: every day that the search tries is excluded, and the whole list is read for each of
+// them.
+void WorstExclusions(benchmark::State& state) {
+  ReloadUnchanged(state,
+                  WriteBinary(PropertyListValue::Dictionary{
+                      {"Alarms", PropertyListValue::Array{PropertyListValue::Dictionary{
+                                     {"DateYear", kAny}, {"DateMonth", kAny}, {"DateDay", kAny}}}},
+                      {"Exclusions", ExclusionText(0, 3660)}}),
+                  1, 1);
+}
+BENCHMARK(WorstExclusions)->Name("Worst/Exclusions")->Iterations(1)->Repetitions(1);
 
 }  // namespace
 }  // namespace tollmere

@@ -32,6 +32,10 @@ constinit Region* current = nullptr;  // from which blocks are cut
 constinit Region* unused = nullptr;
 constinit std::size_t unused_count = 0;
 
+constexpr std::size_t Rounded(std::size_t size) noexcept {
+  return (size + alignof(double) - 1) / alignof(double) * alignof(double);
+}
+
 Region* RegionOf(void* block) noexcept {
   void* const head = static_cast<char*>(block) - reinterpret_cast<std::uintptr_t>(block) % kRegionBytes;
   return static_cast<Region*>(head);
@@ -66,7 +70,7 @@ void* AllocateInRegion(std::size_t size) {
   if (size > kMostBlockBytes) {
     return ::operator new(size);
   }
-  size = (size + alignof(double) - 1) / alignof(double) * alignof(double);
+  size = Rounded(size);
   if (current == nullptr || size > kRegionBytes - current->used) {
     current = TakeRegion();
   }
@@ -84,6 +88,8 @@ void FreeInRegion(void* block, std::size_t size) noexcept {
   Region* const region = RegionOf(block);
   if (--region->blocks == 0) {
     ReleaseRegion(region);
+  } else if (static_cast<char*>(block) + Rounded(size) == reinterpret_cast<char*>(region) + region->used) {
+    region->used -= Rounded(size);  // What was made last and lived for a moment only takes no room.
   }
 }
 
