@@ -71,7 +71,7 @@ class Dictionary final : public Object {
   Variant Lookup(const Key& key, const Variant& otherwise) const;
 
   std::size_t Count() const noexcept {
-    return more_ != nullptr ? 1 + more_->entries.size() : static_cast<std::size_t>(first_.is_there);
+    return static_cast<std::size_t>(first_.is_there) + (more_ != nullptr ? more_->entries.size() : 0);
   }
   // Makes room for that many entries at once.
   void Reserve(std::size_t count);

@@ -45,7 +45,7 @@ void Reload() {
   CorePreferencesModified::Sync();
   for (Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
     const Ref<TLMAlarm> a = TLMAlarm::Make();
-    a->SetDictionary(std::exchange(stored, nullptr));  // which releases it while it is still at hand
+    a->SetDictionary(std::exchange(stored, nullptr));  // which releases it while the cache has it
     // The rings of this process are stronger than what the main application stored, Nil included. No
     // setter takes part: nothing is worked out here.
     const Variant id = Int32ToVariant(a->UniqueID);

@@ -57,8 +57,8 @@ class TLMAlarm {
   // A change in either direction forgets the last ring. The next ring time is worked out anew in any case.
   void SetEnabled(bool value);
 
-  // Never null. It is the stored form's own text: a copy for every alarm and second would cost a good part of
-  // all that a reload costs.
+  // Never null. It is the stored form's own text: copies of it are a tenth of what reloading a long list
+  // costs.
   Variant::SharedText Name = Variant::NoText();
   std::int32_t UniqueID = 0;   // identity across reloads; -1 when the stored alarm has none
   Ref<Date> NextRingDateTime;  // never shared with another field; written by SetNextRingTime alone

@@ -52,6 +52,13 @@ TEST(ObjectsTest, DictionariesOfEverySize) {
   }
 }
 
+TEST(ObjectsTest, ADictionaryWithRoomIsStillEmpty) {
+  Dictionary dictionary;
+  dictionary.Reserve(5);
+  EXPECT_EQ(dictionary.Count(), 0U);
+  EXPECT_FALSE(dictionary.HasKey("") || dictionary.HasKey(Int32ToVariant(0)));
+}
+
 TEST(ObjectsTest, BlocksOfRegionsKeepTheirContent) {
   std::mt19937 random(1);
   std::vector<std::string_view> blocks;
