@@ -2,7 +2,7 @@
 
 #include <ctime>
 
-#include "foundation/clock.h"
+#include "foundation/system/clock.h"
 
 namespace tollmere {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "bench_clock.h"
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
 #include "measured.h"
 #include "preferences/local_preferences.h"
 #include "sample_alarms.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <unordered_map>
 
-#include "foundation/property_list.h"
-#include "foundation/stored_objects.h"
+#include "foundation/property_list/property_list.h"
+#include "foundation/property_list/stored_objects.h"
 #include "foundation/unicode.h"
 
 namespace tollmere::fuzz {

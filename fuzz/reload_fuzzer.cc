@@ -12,13 +12,22 @@
 #include <string>
 #include <string_view>
 
-#include "foundation/clock.h"
-#include "foundation/event_loop.h"
+#include "foundation/system/clock.h"
+#include "foundation/yield.h"
 #include "preferences/core_preferences.h"
 #include "preferences/local_preferences.h"
 #include "property_list_mutation.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t max_size);
+
+namespace tollmere {
+
+class ProcessEndOfTests {
+ public:
+  static void TakeBack() { ProcessEnd::requested_ = false; }
+};
+
+}  // namespace tollmere
 
 namespace {
 
@@ -60,7 +69,7 @@ class ConfigFolder {
   std::filesystem::path folder_;
 };
 
-void AskForEnd(int) { tollmere::end_of_process_requested.store(true); }
+void AskForEnd(int) { tollmere::ProcessEnd::Request(); }
 
 // Asks for the end of the process a while after its construction, as a user would who waits in vain: a
 // search may go on for ever. Gone, it leaves nothing asked for.
@@ -69,7 +78,7 @@ class Patience {
   Patience() { Set(kNanoseconds); }
   ~Patience() {
     Set(0);
-    tollmere::end_of_process_requested.store(false);
+    tollmere::ProcessEndOfTests::TakeBack();
   }
   Patience(const Patience&) = delete;
   Patience& operator=(const Patience&) = delete;

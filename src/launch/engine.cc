@@ -2,11 +2,11 @@
 
 #include <cmath>
 
-#include "foundation/debug_log.h"
-#include "foundation/event_loop.h"
-#include "foundation/launch_services.h"
-#include "foundation/process_list.h"
+#include "foundation/system/debug_log.h"
+#include "foundation/system/launch_services.h"
+#include "foundation/system/process_list.h"
 #include "foundation/text.h"
+#include "foundation/yield.h"
 #include "launch/folder_item_extension.h"
 #include "preferences/core_preferences.h"
 #include "preferences/local_preferences.h"

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "foundation/date.h"
-#include "foundation/file_item.h"
 #include "foundation/object.h"
+#include "foundation/system/file_item.h"
 
 namespace tollmere {
 

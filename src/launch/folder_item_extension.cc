@@ -1,7 +1,7 @@
 #include "launch/folder_item_extension.h"
 
-#include "foundation/event_loop.h"
 #include "foundation/text.h"
+#include "foundation/yield.h"
 
 namespace tollmere::FolderItemExtensionModified {
 

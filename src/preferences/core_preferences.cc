@@ -1,7 +1,7 @@
 #include "preferences/core_preferences.h"
 
-#include "foundation/debug_log.h"
-#include "foundation/event_loop.h"
+#include "foundation/system/debug_log.h"
+#include "foundation/yield.h"
 #include "launch/folder_item_extension.h"
 #include "preferences/global_methods.h"
 

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "foundation/dictionary.h"
-#include "foundation/file_item.h"
 #include "foundation/object.h"
-#include "foundation/preference_service.h"
-#include "foundation/stored_objects.h"
+#include "foundation/property_list/stored_objects.h"
+#include "foundation/system/file_item.h"
+#include "foundation/system/preference_service.h"
 
 // Every reader takes the value from the view that the last Sync refreshed, then from dPreferenceDefaults, and
 // then gives what stands for nothing: "", False, Nil, an empty array. That a preference is absent is

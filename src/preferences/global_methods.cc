@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "foundation/event_loop.h"
-#include "foundation/message_box.h"
+#include "foundation/system/message_box.h"
 #include "foundation/text.h"
+#include "foundation/yield.h"
 
 namespace tollmere::GlobalMethods {
 namespace {

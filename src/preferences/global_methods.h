@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "foundation/object.h"
-#include "foundation/stored_objects.h"
+#include "foundation/property_list/stored_objects.h"
 #include "foundation/variant.h"
 
 namespace tollmere {

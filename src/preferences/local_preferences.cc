@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "foundation/debug_log.h"
-#include "foundation/event_loop.h"
+#include "foundation/system/debug_log.h"
+#include "foundation/yield.h"
 #include "preferences/core_preferences.h"
 #include "preferences/global_methods.h"
 

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "foundation/event_loop.h"
+#include "foundation/yield.h"
 #include "schedule/alarm.h"
 
 namespace tollmere {

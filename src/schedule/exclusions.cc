@@ -1,4 +1,4 @@
-#include "foundation/event_loop.h"
+#include "foundation/yield.h"
 #include "preferences/local_preferences.h"
 #include "schedule/alarm.h"
 

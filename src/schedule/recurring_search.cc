@@ -1,6 +1,6 @@
 // Weekly alarms, hourly chimes and countdown timers. None of these searches has a bound: each ends when
 // it has found its moment.
-#include "foundation/event_loop.h"
+#include "foundation/yield.h"
 #include "schedule/alarm.h"
 
 namespace tollmere {

@@ -1,6 +1,6 @@
 // The stored form of an alarm: one dictionary, 28 keys.
-#include "foundation/event_loop.h"
 #include "foundation/text.h"
+#include "foundation/yield.h"
 #include "preferences/global_methods.h"
 #include "schedule/alarm.h"
 

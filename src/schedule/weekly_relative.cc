@@ -1,5 +1,5 @@
 // Weekly-relative alarms: the second and fourth Tuesday, the last Friday, the first Monday of March.
-#include "foundation/event_loop.h"
+#include "foundation/yield.h"
 #include "schedule/alarm.h"
 
 namespace tollmere {

@@ -1,6 +1,6 @@
 #include "watch/app.h"
 
-#include "foundation/debug_log.h"
+#include "foundation/system/debug_log.h"
 #include "launch/engine.h"
 #include "preferences/core_preferences.h"
 #include "preferences/global_methods.h"

@@ -1,7 +1,7 @@
 // The application object, and the life of what it makes.
 #pragma once
 
-#include "foundation/event_loop.h"
+#include "foundation/system/event_loop.h"
 
 namespace tollmere {
 

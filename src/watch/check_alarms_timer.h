@@ -2,8 +2,8 @@
 #pragma once
 
 #include "foundation/date.h"
-#include "foundation/event_loop.h"
 #include "foundation/object.h"
+#include "foundation/system/event_loop.h"
 
 namespace tollmere {
 

@@ -1,4 +1,4 @@
-#include "foundation/event_loop.h"
+#include "foundation/system/event_loop.h"
 
 #include <gtest/gtest.h>
 

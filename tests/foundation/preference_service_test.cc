@@ -1,4 +1,4 @@
-#include "foundation/preference_service.h"
+#include "foundation/system/preference_service.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
 #include "support/files.h"
 #include "support/log_capture.h"
 

@@ -12,10 +12,10 @@
 #include <map>
 #include <thread>
 
-#include "foundation/file_item.h"
-#include "foundation/message_box.h"
-#include "foundation/preference_service.h"
-#include "foundation/process_list.h"
+#include "foundation/system/file_item.h"
+#include "foundation/system/message_box.h"
+#include "foundation/system/preference_service.h"
+#include "foundation/system/process_list.h"
 #include "support/files.h"
 #include "support/log_capture.h"
 

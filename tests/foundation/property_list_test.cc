@@ -1,4 +1,4 @@
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
 
 #include <gtest/gtest.h>
 

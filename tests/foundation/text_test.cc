@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "foundation/debug_log.h"
+#include "foundation/system/debug_log.h"
 #include "foundation/unicode.h"
 #include "support/files.h"
 

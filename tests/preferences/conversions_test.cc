@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "foundation/debug_log.h"
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
+#include "foundation/system/debug_log.h"
 #include "preferences/core_preferences.h"
 #include "preferences/global_methods.h"
 #include "preferences/local_preferences.h"

@@ -4,12 +4,12 @@
 #include <map>
 #include <sstream>
 
-#include "foundation/event_loop.h"
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
 #include "foundation/text.h"
 #include "preferences/core_preferences.h"
 #include "support/files.h"
 #include "support/log_capture.h"
+#include "support/process_end.h"
 #include "support/test_clock.h"
 #include "watch/app.h"
 
@@ -97,7 +97,7 @@ void StoreTest::SetUp() {
 
 void StoreTest::TearDown() {
   setenv("TZ", "UTC", 1);
-  end_of_process_requested = false;
+  ProcessEndOfTests::TakeBack();
   ReleaseGlobals();
 }
 

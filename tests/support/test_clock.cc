@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "foundation/calendar_math.h"
-#include "foundation/clock.h"
+#include "foundation/system/clock.h"
 
 namespace tollmere {
 namespace testing {

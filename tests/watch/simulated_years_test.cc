@@ -144,7 +144,7 @@ TEST_F(SimulatedYearsTest, AWalkOfYearsIsLeftWhenTheProcessIsToEnd) {
   AdvanceClock(100 * 365 * kSecondsPerDay);
   std::jthread request([] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    end_of_process_requested = true;
+    ProcessEnd::Request();
   });
   EXPECT_THROW(Engine::tmrCheckAlarms->Event_Action(), EndOfProcess);
 }

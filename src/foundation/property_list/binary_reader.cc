@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/event_loop.h"
-#include "foundation/property_list.h"
-#include "foundation/property_list_formats.h"
+#include "foundation/property_list/formats.h"
+#include "foundation/property_list/property_list.h"
 #include "foundation/unicode.h"
+#include "foundation/yield.h"
 
 namespace tollmere {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "foundation/file_item.h"
+#include "foundation/system/file_item.h"
 
 namespace tollmere {
 

@@ -1,4 +1,4 @@
-#include "foundation/file_item.h"
+#include "foundation/system/file_item.h"
 
 #include <pwd.h>
 #include <sys/stat.h>
@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "foundation/application_bundle.h"
-#include "foundation/child_process.h"
+#include "foundation/system/application_bundle.h"
+#include "foundation/system/child_process.h"
 #include "foundation/text.h"
 
 namespace tollmere {

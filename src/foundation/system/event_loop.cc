@@ -1,4 +1,4 @@
-#include "foundation/event_loop.h"
+#include "foundation/system/event_loop.h"
 
 #include <fcntl.h>
 #include <malloc.h>
@@ -12,7 +12,7 @@
 #include <limits>
 #include <string>
 
-#include "foundation/debug_log.h"
+#include "foundation/system/debug_log.h"
 
 namespace tollmere {
 namespace {
@@ -28,7 +28,7 @@ std::vector<Timer*>& Timers() {
   return timers;
 }
 
-void RequestEndOfProcess(int) { end_of_process_requested.store(true, std::memory_order_relaxed); }
+void RequestEndOfProcess(int) { ProcessEnd::Request(); }
 
 sigset_t EndSignals() {
   sigset_t signals;
@@ -82,8 +82,6 @@ void ReportUncaughtError(const char* name) {
 
 }  // namespace
 
-void ThrowEndOfProcess() { throw EndOfProcess(); }
-
 std::int64_t MonotonicClock() noexcept {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
@@ -96,7 +94,7 @@ void WaitForDescriptor(int descriptor, std::int64_t until) {
   const sigset_t signals = EndSignals();
   sigset_t previous;
   sigprocmask(SIG_BLOCK, &signals, &previous);
-  if (!end_of_process_requested.load(std::memory_order_relaxed)) {
+  if (!ProcessEnd::IsRequested()) {
     const std::int64_t left = std::max<std::int64_t>(until - MonotonicClock(), 0);
     const timespec timeout{left / kNanosecondsPerSecond, left % kNanosecondsPerSecond};
     pollfd polled{descriptor, POLLIN, 0};

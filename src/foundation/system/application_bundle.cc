@@ -1,11 +1,11 @@
-#include "foundation/application_bundle.h"
+#include "foundation/system/application_bundle.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <string_view>
 
-#include "foundation/file_bytes.h"
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
+#include "foundation/system/file_bytes.h"
 
 namespace tollmere {
 namespace {

@@ -1,8 +1,8 @@
-#include "foundation/stored_objects.h"
+#include "foundation/property_list/stored_objects.h"
 
 #include <array>
 
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
 
 namespace tollmere {
 

@@ -1,4 +1,4 @@
-#include "foundation/process_list.h"
+#include "foundation/system/process_list.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -11,7 +11,7 @@
 #include <climits>
 #include <string_view>
 
-#include "foundation/application_bundle.h"
+#include "foundation/system/application_bundle.h"
 #include "foundation/text.h"
 
 namespace tollmere {

@@ -1,4 +1,4 @@
-#include "foundation/file_bytes.h"
+#include "foundation/system/file_bytes.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

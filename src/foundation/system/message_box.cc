@@ -1,4 +1,4 @@
-#include "foundation/message_box.h"
+#include "foundation/system/message_box.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "foundation/child_process.h"
-#include "foundation/debug_log.h"
-#include "foundation/event_loop.h"
+#include "foundation/system/child_process.h"
+#include "foundation/system/debug_log.h"
+#include "foundation/system/event_loop.h"
 #include "foundation/text.h"
 
 namespace tollmere {

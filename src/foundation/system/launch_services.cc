@@ -1,4 +1,4 @@
-#include "foundation/launch_services.h"
+#include "foundation/system/launch_services.h"
 
 #include <dirent.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/application_bundle.h"
+#include "foundation/system/application_bundle.h"
 #include "foundation/text.h"
 
 namespace tollmere {

@@ -1,4 +1,4 @@
-#include "foundation/clock.h"
+#include "foundation/system/clock.h"
 
 #include <ctime>
 

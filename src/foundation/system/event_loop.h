@@ -1,31 +1,13 @@
-// The one thread's event loop, its timer, and the end of the process.
+// The one thread's event loop and its timer.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <vector>
 
 #include "foundation/object.h"
+#include "foundation/yield.h"
 
 namespace tollmere {
-
-// Thrown by Yield once the end of the process has been asked for, and caught by RunApplication
-// alone. It is no std::exception, so that no handler of errors takes it for one.
-struct EndOfProcess {};
-
-// Set by SIGTERM, SIGINT and SIGHUP; never taken back.
-inline std::atomic<bool> end_of_process_requested = false;
-static_assert(std::atomic<bool>::is_always_lock_free);  // A signal handler writes it.
-
-[[noreturn]] void ThrowEndOfProcess();
-
-// Every loop that can run long calls this once an iteration. No timer fires in it; all it does is to
-// leave the work at hand, by throwing EndOfProcess, when the process is to end. Costs one load.
-inline void Yield() {
-  if (end_of_process_requested.load(std::memory_order_relaxed)) [[unlikely]] {
-    ThrowEndOfProcess();
-  }
-}
 
 // Waits until `descriptor` can be read, the moment has come, or the end of the process is asked for,
 // whichever is first. `descriptor` may be -1 for none; `until` counts nanoseconds of MonotonicClock.

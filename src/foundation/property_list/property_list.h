@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "foundation/stored_objects.h"
+#include "foundation/property_list/stored_objects.h"
 
 namespace tollmere {
 

@@ -1,4 +1,4 @@
-#include "foundation/debug_log.h"
+#include "foundation/system/debug_log.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,6 +1,6 @@
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
 
-#include "foundation/property_list_formats.h"
+#include "foundation/property_list/formats.h"
 #include "foundation/unicode.h"
 
 namespace tollmere {

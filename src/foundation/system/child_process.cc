@@ -1,4 +1,4 @@
-#include "foundation/child_process.h"
+#include "foundation/system/child_process.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -13,7 +13,7 @@
 #include <limits>
 #include <string_view>
 
-#include "foundation/event_loop.h"
+#include "foundation/system/event_loop.h"
 #include "foundation/text.h"
 
 namespace tollmere {
@@ -167,7 +167,7 @@ int RunAndWait(const std::string& program, const std::vector<std::string>& argum
     constexpr std::int64_t kShortSleep = 100'000'000;
     WaitForDescriptor(
         handle, handle >= 0 ? std::numeric_limits<std::int64_t>::max() : MonotonicClock() + kShortSleep);
-    if (end_of_process_requested.load(std::memory_order_relaxed)) {
+    if (ProcessEnd::IsRequested()) {
       kill(child, SIGKILL);
       WaitFor(child);
       if (handle >= 0) {

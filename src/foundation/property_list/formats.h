@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/stored_objects.h"
+#include "foundation/property_list/stored_objects.h"
 
 namespace tollmere {
 

@@ -1,13 +1,13 @@
-#include "foundation/preference_service.h"
+#include "foundation/system/preference_service.h"
 
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdlib>
 
-#include "foundation/file_bytes.h"
-#include "foundation/file_item.h"
-#include "foundation/property_list.h"
+#include "foundation/property_list/property_list.h"
+#include "foundation/system/file_bytes.h"
+#include "foundation/system/file_item.h"
 
 namespace tollmere {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "foundation/object.h"
-#include "foundation/stored_objects.h"
+#include "foundation/property_list/stored_objects.h"
 
 namespace tollmere {
 

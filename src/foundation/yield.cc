@@ -1,0 +1,7 @@
+#include "foundation/yield.h"
+
+namespace tollmere {
+
+void ThrowEndOfProcess() { throw EndOfProcess(); }
+
+}  // namespace tollmere
