@@ -9,24 +9,10 @@
 #include <cstring>
 #include <string_view>
 
+#include "foundation/system/descriptor.h"
+
 namespace tollmere {
 namespace {
-
-class Descriptor {
- public:
-  explicit Descriptor(int descriptor) noexcept : descriptor_(descriptor) {}
-  ~Descriptor() {
-    if (descriptor_ >= 0) {
-      close(descriptor_);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const noexcept { return descriptor_; }
-
- private:
-  const int descriptor_;
-};
 
 bool SameState(const struct stat& before, const struct stat& after) noexcept {
   const auto same = [](const timespec& a, const timespec& b) {
