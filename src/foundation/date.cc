@@ -70,11 +70,6 @@ Date::State Date::AtTotal(double total_seconds) noexcept {
           .total_seconds = total_seconds};
 }
 
-double Date::Fraction(const State& state) noexcept {
-  const double total = state.total_seconds;
-  return state.plain_days == 0 && std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
-}
-
 // A whole state on another day that exists, at the same time of day.
 Date::State Date::OnDay(State state, std::int64_t year, std::int32_t month, std::int32_t day) noexcept {
   state.day_number = DaysFromCivil(year, month, day);
@@ -99,23 +94,6 @@ Date::State Date::WithMonth(State state, std::int64_t year, std::int64_t month) 
 Date::State Date::WithDay(State state, std::int32_t day) noexcept {
   const std::int64_t days = state.day_number + day - state.day;
   return AtSecond(days * kSecondsPerDay + state.time, Fraction(state));
-}
-
-Date::State Date::WithTime(State state, std::int64_t hour, std::int64_t minute,
-                           std::int64_t second) noexcept {
-  return AtSecond(state.day_number * kSecondsPerDay + hour * 3600 + minute * 60 + second, Fraction(state));
-}
-
-// No fraction survives a write to Second: two moments of one minute, both put to second 0, are equal.
-Date::State Date::WithSecond(State state, std::int32_t second) noexcept {
-  return AtSecond(state.day_number * kSecondsPerDay + state.time - state.time % 60 + std::int64_t{second},
-                  0.0);
-}
-
-Ref<Date> DateAt(double total_seconds) {
-  Ref<Date> date(std::allocate_shared<Date>(RegionAllocator<Date>()));
-  date->SetTotalSeconds(total_seconds);
-  return date;
 }
 
 }  // namespace tollmere

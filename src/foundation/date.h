@@ -8,7 +8,6 @@
 
 #include "foundation/calendar_math.h"
 #include "foundation/object.h"
-#include "foundation/region.h"
 
 namespace tollmere {
 
@@ -58,18 +57,7 @@ class Date final : public Object {
   // 1 to 7; 1 is Sunday.
   std::int32_t DayOfWeek() const noexcept { return WeekdayFromDays(state_.day_number); }
 
-  void SetTotalSeconds(double value) noexcept {
-    // A moment that is taken over most often lies on the day on which the Date stands already.
-    if (IsWhole() && value > -kExactLimit && value < kExactLimit) [[likely]] {
-      const auto second = static_cast<std::int64_t>(value);
-      const std::int64_t time = second - state_.day_number * kSecondsPerDay;
-      if (time >= 0 && time < kSecondsPerDay && static_cast<double>(second) == value) [[likely]] {
-        state_.time = static_cast<std::int32_t>(time);
-        return;
-      }
-    }
-    state_ = AtTotal(value);
-  }
+  void SetTotalSeconds(double value) noexcept { state_ = AtTotal(value); }
   void SetYear(std::int32_t value) noexcept {
     if (value != state_.year || !IsWhole()) {
       state_ = WithMonth(state_, value, state_.month);
@@ -103,26 +91,13 @@ class Date final : public Object {
     }
   }
   void SetHour(std::int32_t value) noexcept {
-    if (IsWhole() && value >= 0 && value < 24) [[likely]] {
-      state_.time += (value - Hour()) * 3600;
-    } else {
-      state_ = WithTime(state_, value, Minute(), Second());
-    }
+    SetTime(state_.time + (std::int64_t{value} - Hour()) * 3600, Fraction(state_));
   }
   void SetMinute(std::int32_t value) noexcept {
-    if (IsWhole() && value >= 0 && value < 60) [[likely]] {
-      state_.time += (value - Minute()) * 60;
-    } else {
-      state_ = WithTime(state_, Hour(), value, Second());
-    }
+    SetTime(state_.time + (std::int64_t{value} - Minute()) * 60, Fraction(state_));
   }
-  void SetSecond(std::int32_t value) noexcept {
-    if (IsWhole() && value >= 0 && value < 60) [[likely]] {
-      state_.time += value - Second();
-    } else {
-      state_ = WithSecond(state_, value);
-    }
-  }
+  // No fraction survives it: two moments of one minute, both put to second 0, are equal.
+  void SetSecond(std::int32_t value) noexcept { SetTime(state_.time + std::int64_t{value} - Second(), 0.0); }
 
   // "Sunday, January 31, 2027", with the names of the user's language.
   std::string LongDate() const;
@@ -146,6 +121,15 @@ class Date final : public Object {
 
   bool IsWhole() const noexcept { return state_.plain_days != 0; }
 
+  // Puts the time of day, in seconds, which may lie on another day, and the fraction of a second.
+  void SetTime(std::int64_t time, double fraction) noexcept {
+    if (IsWhole() && time >= 0 && time < kSecondsPerDay) [[likely]] {
+      state_.time = static_cast<std::int32_t>(time);
+    } else {
+      state_ = AtSecond(state_.day_number * kSecondsPerDay + time, fraction);
+    }
+  }
+
   static constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
 
   // The rare ways through an assignment. They work on values and return one, so that a Date in a
@@ -156,19 +140,18 @@ class Date final : public Object {
   static State OnDay(State state, std::int64_t year, std::int32_t month, std::int32_t day) noexcept;
   static State WithMonth(State state, std::int64_t year, std::int64_t month) noexcept;
   static State WithDay(State state, std::int32_t day) noexcept;
-  static State WithTime(State state, std::int64_t hour, std::int64_t minute, std::int64_t second) noexcept;
-  static State WithSecond(State state, std::int32_t second) noexcept;
-  static double Fraction(const State& state) noexcept;
+  // 0 where the moment is a whole second, and for what no double counts in fractions.
+  static double Fraction(const State& state) noexcept {
+    const double total = state.total_seconds;
+    return state.plain_days == 0 && std::fabs(total) < kExactLimit ? total - std::floor(total) : 0.0;
+  }
 
   State state_;
 };
 
-// A list of moments, of which an alarm makes several each second.
-using Dates = std::vector<Ref<Date>, RegionAllocator<Ref<Date>>>;
+using Dates = std::vector<Ref<Date>>;
 
-// A new Date on that moment, for what an alarm or a list of days holds: it lies in a region.
-Ref<Date> DateAt(double total_seconds);
-// A Date of its own on the same moment, which may be kept for as long as one likes.
+// A new Date on the same moment.
 inline Ref<Date> CopyOf(const Date& date) {
   Ref<Date> copy = New<Date>();
   copy->SetTotalSeconds(date.TotalSeconds());

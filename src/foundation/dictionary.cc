@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace tollmere {
 namespace {
@@ -9,7 +10,7 @@ namespace {
 // Up to here a search along the entries is quicker than any index.
 constexpr std::size_t kSearchedCount = 32;
 
-// Of the end of the text, where keys that belong together differ, and of its length.
+// A hash of the text's end, where keys that belong together differ, and of its length.
 std::uint32_t MarkOf(std::string_view text) noexcept {
   std::uint64_t end = 0;
   const std::size_t size = std::min(text.size(), sizeof end);
@@ -22,7 +23,7 @@ std::uint32_t MarkOf(std::string_view text) noexcept {
 
 }  // namespace
 
-Dictionary::Key::Key(std::string_view text) noexcept : mark_(MarkOf(text)), is_text_(true), text_(text) {}
+Dictionary::Key::Key(std::string_view text) noexcept : is_text_(true), mark_(MarkOf(text)), text_(text) {}
 
 Dictionary::Key::Key(const Variant& boxed) {
   if (const auto* text = boxed.If<std::string>()) {
@@ -45,50 +46,24 @@ Dictionary::Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs)
 }
 
 const Dictionary::Entry* Dictionary::Find(const Key& key) const noexcept {
-  if (first_.is_there && key.Names(first_)) {
-    return &first_;
+  if (index_ == nullptr) {
+    const auto found =
+        std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) { return key.Names(entry); });
+    return found != entries_.end() ? &*found : nullptr;
   }
-  if (more_ == nullptr) {
-    return nullptr;
-  }
-  if (more_->index != nullptr) {
-    return FindIndexed(key);
-  }
-  for (const Entry& entry : more_->entries) {
-    if (key.Names(entry)) {
-      return &entry;
-    }
-  }
-  return nullptr;
-}
-
-const Dictionary::Entry* Dictionary::FindIndexed(const Key& key) const noexcept {
-  Index& index = *more_->index;
-  std::size_t& last_found = index.last_found;
-  for (std::size_t position = last_found; position < std::min(last_found + 2, Count()); ++position) {
-    if (key.Names(At(position))) {
-      last_found = position;
-      return &At(position);
-    }
-  }
-  const auto found_in = [&](const auto& positions, const auto& sought) -> const Entry* {
+  const auto find_in = [&](const auto& positions, const auto& sought) {
     const auto found = positions.find(sought);
-    if (found == positions.end()) {
-      return nullptr;
-    }
-    last_found = found->second;
-    return &At(last_found);
+    return found != positions.end() ? &entries_[found->second] : nullptr;
   };
-  return key.is_text_ ? found_in(index.texts, key.text_)
-                      : found_in(index.numbers, static_cast<std::int32_t>(key.mark_));
+  return key.is_text_ ? find_in(index_->texts, key.text_) : find_in(index_->numbers, key.mark_);
 }
 
 void Dictionary::AddToIndex(std::size_t position) {
-  const Entry& entry = At(position);
+  const Entry& entry = entries_[position];
   if (entry.text != nullptr) {
-    more_->index->texts.emplace(*entry.text, position);
+    index_->texts.emplace(*entry.text, position);
   } else {
-    more_->index->numbers.emplace(static_cast<std::int32_t>(entry.mark), position);
+    index_->numbers.emplace(entry.mark, position);
   }
 }
 
@@ -107,31 +82,14 @@ void Dictionary::SetValue(const Variant& key, Variant value) {
     return;
   }
   const auto* text = key.If<Variant::SharedText>();
-  Entry added{text != nullptr ? *text : nullptr, std::move(value), true, sought.mark_};
-  if (!first_.is_there) {
-    first_ = std::move(added);
-    return;
-  }
-  if (more_ == nullptr) {
-    more_ = std::make_unique<More>();
-  }
-  more_->entries.push_back(std::move(added));
-  if (more_->index != nullptr) {
-    AddToIndex(Count() - 1);
-  } else if (Count() > kSearchedCount) {
-    more_->index = std::make_unique<Index>();
-    for (std::size_t position = 0; position < Count(); ++position) {
+  entries_.push_back({text != nullptr ? *text : nullptr, sought.mark_, std::move(value)});
+  if (index_ != nullptr) {
+    AddToIndex(entries_.size() - 1);
+  } else if (entries_.size() > kSearchedCount) {
+    index_ = std::make_unique<Index>();
+    for (std::size_t position = 0; position < entries_.size(); ++position) {
       AddToIndex(position);
     }
-  }
-}
-
-void Dictionary::Reserve(std::size_t count) {
-  if (count > 1) {
-    if (more_ == nullptr) {
-      more_ = std::make_unique<More>();
-    }
-    more_->entries.reserve(count - 1);
   }
 }
 
@@ -140,12 +98,12 @@ Variant Dictionary::Lookup(const Key& key, const Variant& otherwise) const {
   return entry != nullptr ? entry->value : otherwise;
 }
 
-const std::vector<Ref<Dictionary>>& VariantToDictionaryArray(const Variant& value) {
+std::vector<Ref<Dictionary>> VariantToDictionaryArray(const Variant& value) {
   const Ref<Object> object = VariantToObject(value);
   if (!IsA<DictionaryArray>(object)) {
     throw IllegalCastException();
   }
-  return Cast<DictionaryArray>(object)->Items;  // The Variant holds the array alive.
+  return Cast<DictionaryArray>(object)->Items;
 }
 
 }  // namespace tollmere

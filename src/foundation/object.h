@@ -50,10 +50,9 @@ class Ref {
   constexpr Ref(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor): Nil is a value.
   explicit Ref(std::shared_ptr<T> pointer) noexcept : pointer_(std::move(pointer)) {}
 
-  template <class U>
-  requires(std::is_convertible_v<U*, T*> && !std::is_same_v<U, T>) Ref(Ref<U> other)
-  noexcept  // NOLINT(google-explicit-constructor): as pointers convert.
-      : pointer_(std::move(other).Pointer()) {}
+  // As pointers convert.
+  template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+  Ref(Ref<U> other) noexcept : pointer_(std::move(other).Pointer()) {}
 
   T* operator->() const { return Checked(); }
   T& operator*() const { return *Checked(); }
@@ -78,22 +77,11 @@ class Ref {
   std::shared_ptr<T> pointer_;
 };
 
-// A new object, made with one allocation: by the class's own Allocator where it names one.
+// A new object.
 template <class T, class... Arguments>
 Ref<T> New(Arguments&&... arguments) {
-  if constexpr (requires { typename T::Allocator; }) {
-    return Ref<T>(std::allocate_shared<T>(typename T::Allocator(), std::forward<Arguments>(arguments)...));
-  } else {
-    return Ref<T>(std::make_shared<T>(std::forward<Arguments>(arguments)...));
-  }
+  return Ref<T>(std::make_shared<T>(std::forward<Arguments>(arguments)...));
 }
-
-// A base of several classes may tell them apart by a number of its own, which is cheaper to ask for than
-// their type: its Kind(), and kKind of each final class.
-template <class T, class U>
-concept HasKind = requires(const U& object) {
-  object.Kind() == T::kKind;
-};
 
 // True when `reference` is an object of class T or of a subclass of it. Nil is of no class.
 template <class T, class U>
@@ -102,9 +90,7 @@ bool IsA(const Ref<U>& reference) noexcept {
   if (object == nullptr) {
     return false;
   }
-  if constexpr (HasKind<T, U>) {
-    return object->Kind() == T::kKind;
-  } else if constexpr (std::is_final_v<T>) {
+  if constexpr (std::is_final_v<T>) {
     return typeid(*object) == typeid(T);  // Much cheaper than a search through the bases.
   } else {
     return dynamic_cast<const T*>(object) != nullptr;

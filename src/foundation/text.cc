@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 #include "foundation/unicode.h"
@@ -24,23 +23,25 @@ struct ParsedNumber {
   std::size_t length = 0;  // of the text that was read, blanks and sign included; 0: no number
 };
 
-// Most numbers are a few digits and nothing else, and need no more than this. Returns where they end, or null
-// for any other number.
-const char* ReadPlainDigits(const char* at, const char* end, double& value) noexcept {
-  constexpr std::ptrdiff_t kExactDigits = 15;  // any so many make a whole number that a double holds
-  const char* const begin = at;
-  std::int64_t number = 0;
-  for (; at != end && IsDigit(*at); ++at) {
-    if (at - begin == kExactDigits) {
-      return nullptr;
-    }
-    number = number * 10 + (*at - '0');
+// The double nearest to a number that is too large or too small for one: infinite, or 0. Which of the two,
+// the place of its first digit tells.
+double NearestBeyondRange(std::string_view number) noexcept {
+  const std::size_t mantissa_end = std::min(number.find_first_of("eE"), number.size());
+  const std::string_view mantissa = number.substr(0, mantissa_end);
+  std::string_view exponent_text = number.substr(mantissa_end);
+  exponent_text.remove_prefix(std::min<std::size_t>(exponent_text.size(), 1));
+  const bool is_negative = exponent_text.starts_with('-');
+  exponent_text.remove_prefix(is_negative || exponent_text.starts_with('+') ? 1 : 0);
+  std::int64_t exponent = 0;
+  const auto [stop, error] =
+      std::from_chars(exponent_text.data(), exponent_text.data() + exponent_text.size(), exponent);
+  if (error == std::errc::result_out_of_range) {
+    return is_negative ? 0.0 : HUGE_VAL;
   }
-  if (at == begin || (at != end && (*at == '.' || *at == 'e' || *at == 'E'))) {
-    return nullptr;
-  }
-  value = static_cast<double>(number);
-  return at;
+  const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
+  const auto before_point =
+      static_cast<std::int64_t>(point) - static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
+  return before_point + (is_negative ? -exponent : exponent) > 0 ? HUGE_VAL : 0.0;
 }
 
 ParsedNumber ParseNumber(std::string_view text) noexcept {
@@ -56,14 +57,9 @@ ParsedNumber ParseNumber(std::string_view text) noexcept {
     return {};
   }
   double magnitude = 0.0;
-  const char* const plain_end = ReadPlainDigits(at, end, magnitude);
-  if (plain_end != nullptr) {
-    return {negative ? -magnitude : magnitude, static_cast<std::size_t>(plain_end - text.data())};
-  }
   const auto [stop, error] = std::from_chars(at, end, magnitude, std::chars_format::general);
   if (error == std::errc::result_out_of_range) {
-    // Too large or too small for a double: the exponent's sign tells which.
-    magnitude = std::strtod(std::string(at, stop).c_str(), nullptr);
+    magnitude = NearestBeyondRange({at, static_cast<std::size_t>(stop - at)});
   }
   return {negative ? -magnitude : magnitude, static_cast<std::size_t>(stop - text.data())};
 }

@@ -6,11 +6,6 @@
 
 namespace tollmere {
 
-Variant::SharedText Variant::NoText() noexcept {
-  static const std::string kEmpty;
-  return {SharedText(), &kEmpty};  // Owned by nobody.
-}
-
 Variant StringToVariant(std::string value) {
   return StringToVariant(std::make_shared<const std::string>(std::move(value)));
 }
@@ -61,11 +56,6 @@ std::string VariantToString(const Variant& value) {
     return *flag ? "True" : "False";
   }
   return {};
-}
-
-Variant::SharedText VariantToSharedText(const Variant& value) {
-  const auto* text = value.If<Variant::SharedText>();
-  return text != nullptr ? *text : std::make_shared<const std::string>(VariantToString(value));
 }
 
 double VariantToDouble(const Variant& value) noexcept {

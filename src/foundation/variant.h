@@ -18,8 +18,6 @@ class Variant {
  public:
   // Copies of a Variant share its text, which nobody changes.
   using SharedText = std::shared_ptr<const std::string>;
-  // The empty text; no memory is taken for it.
-  static SharedText NoText() noexcept;
 
   Variant() = default;  // Nil
 
@@ -37,13 +35,6 @@ class Variant {
     }
   }
 
-  // Same kind and same value; texts with case, objects by identity.
-  bool operator==(const Variant& other) const noexcept {
-    const auto* text = If<std::string>();
-    const auto* other_text = other.If<std::string>();
-    return text != nullptr && other_text != nullptr ? *text == *other_text : value_ == other.value_;
-  }
-
  private:
   friend Variant StringToVariant(std::string);
   friend Variant StringToVariant(std::shared_ptr<const std::string>) noexcept;
@@ -52,9 +43,7 @@ class Variant {
   friend Variant BooleanToVariant(bool) noexcept;
   friend Variant ObjectToVariant(Ref<Object>) noexcept;
 
-  // Whoever holds a Variant may lay small members of its own into the padding.
-  [[no_unique_address]] std::variant<std::monostate, SharedText, std::int32_t, double, bool, Ref<Object>>
-      value_;
+  std::variant<std::monostate, SharedText, std::int32_t, double, bool, Ref<Object>> value_;
 };
 
 Variant StringToVariant(std::string value);
@@ -67,8 +56,6 @@ Variant ObjectToVariant(Ref<Object> value) noexcept;
 
 // The text; of a number its Str, of a boolean "True" or "False"; empty for an object and for Nil.
 std::string VariantToString(const Variant& value);
-// The same text, and where the Variant holds a text itself that one without a copy of it; never null.
-Variant::SharedText VariantToSharedText(const Variant& value);
 // The integer; of a double its whole part, held within 32 bits, NaN giving 0; of a text its Val likewise;
 // of a boolean 1 or 0; 0 for an object and for Nil.
 std::int32_t VariantToInt32(const Variant& value) noexcept;

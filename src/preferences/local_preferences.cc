@@ -1,7 +1,5 @@
 #include "preferences/local_preferences.h"
 
-#include <utility>
-
 #include "foundation/system/debug_log.h"
 #include "foundation/yield.h"
 #include "preferences/core_preferences.h"
@@ -13,7 +11,7 @@ namespace {
 std::string RingText(const Date& date) { return date.LongDate() + " " + date.LongTime(); }
 
 void LogNextRing(const char* beginning, const TLMAlarm& alarm, const std::string& when) {
-  System::DebugLog(beginning + *alarm.Name + "\"; Ring At: " + when);
+  System::DebugLog(beginning + alarm.Name + "\"; Ring At: " + when);
 }
 
 // Logs the alarm when it is new to this process or its next ring has moved, and remembers that ring.
@@ -43,9 +41,9 @@ void LogAndRemember(const TLMAlarm& alarm) {
 void Reload() {
   xAlarmArray.clear();
   CorePreferencesModified::Sync();
-  for (Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
+  for (const Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
     const Ref<TLMAlarm> a = TLMAlarm::Make();
-    a->SetDictionary(std::exchange(stored, nullptr));  // which releases it while the cache has it
+    a->SetDictionary(stored);
     // The rings of this process are stronger than what the main application stored, Nil included. No
     // setter takes part: nothing is worked out here.
     const Variant id = Int32ToVariant(a->UniqueID);
@@ -67,7 +65,8 @@ Dates Exclusions_Get() {
   Dates days;
   days.reserve(moments.size());
   for (const double seconds : moments) {
-    days.push_back(DateAt(seconds));
+    days.push_back(New<Date>());
+    days.back()->SetTotalSeconds(seconds);
     Yield();
   }
   return days;

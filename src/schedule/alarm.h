@@ -4,11 +4,11 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "foundation/date.h"
 #include "foundation/dictionary.h"
 #include "foundation/object.h"
-#include "foundation/variant.h"
 
 namespace tollmere {
 
@@ -29,8 +29,6 @@ inline constexpr std::int32_t kAny = -1;
 // the next day, and a month of 13 that never comes is waited for as long as the kind of alarm waits.
 class TLMAlarm {
  public:
-  using Allocator = RegionAllocator<TLMAlarm>;
-
   // A new alarm that has run its Constructor.
   static Ref<TLMAlarm> Make();
 
@@ -57,9 +55,7 @@ class TLMAlarm {
   // A change in either direction forgets the last ring. The next ring time is worked out anew in any case.
   void SetEnabled(bool value);
 
-  // Never null. It is the stored form's own text: copies of it are a tenth of what reloading a long list
-  // costs.
-  Variant::SharedText Name = Variant::NoText();
+  std::string Name;
   std::int32_t UniqueID = 0;   // identity across reloads; -1 when the stored alarm has none
   Ref<Date> NextRingDateTime;  // never shared with another field; written by SetNextRingTime alone
 

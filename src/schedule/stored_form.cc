@@ -17,9 +17,15 @@ std::int32_t LookupInt32(const Dictionary& d, std::string_view key, std::int32_t
   return value != nullptr ? VariantToInt32(*value) : otherwise;
 }
 
-Variant::SharedText LookupString(const Dictionary& d, std::string_view key) {
+std::string LookupString(const Dictionary& d, std::string_view key) {
   const Variant* value = d.If(key);
-  return value != nullptr ? VariantToSharedText(*value) : Variant::NoText();
+  return value != nullptr ? VariantToString(*value) : std::string();
+}
+
+Ref<Date> DateAt(double total_seconds) {
+  Ref<Date> date = New<Date>();
+  date->SetTotalSeconds(total_seconds);
+  return date;
 }
 
 // A stored value as a dictionary.
@@ -76,7 +82,7 @@ void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   DateMonth = LookupInt32(*d, "DateMonth", now.Month());
   DateYear = LookupInt32(*d, "DateYear", now.Year());
   SetEnabled(LookupBoolean(*d, "Enabled", true));
-  for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(*LookupString(*d, "Exclusions"), ",")) {
+  for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(LookupString(*d, "Exclusions"), ",")) {
     Exclusions.push_back(DateAt(seconds));
     Yield();
   }

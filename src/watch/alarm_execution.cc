@@ -18,7 +18,7 @@ void TLMAlarm::Execute(bool, bool) {
   } else {
     SetEnabled(false);
   }
-  Engine::LaunchTLM(*Name, UniqueID);
+  Engine::LaunchTLM(Name, UniqueID);
   LocalPreferences::MasteRingHistory->SetValue(Int32ToVariant(UniqueID), ObjectToVariant(LastRungDateTime));
 }
 

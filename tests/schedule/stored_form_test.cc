@@ -22,7 +22,7 @@ std::string Flags(const std::array<bool, kCount>& flags) {
 std::map<std::string, std::string> Fields(const TLMAlarm& a) {
   std::map<std::string, std::string> fields = {
       {"LastRungDateTime", Text(a.LastRungDateTime)},
-      {"Name", *a.Name},
+      {"Name", a.Name},
       {"WeeklyDays", Flags(a.WeeklyDays)},
       {"WeeklyDaysRelative", Flags(a.WeeklyDaysRelative)},
       {"WeeklyDaysRelativeOccurences", Flags(a.WeeklyDaysRelativeOccurrences)}};

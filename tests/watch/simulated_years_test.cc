@@ -50,7 +50,7 @@ class SimulatedYearsTest : public StoreTest {
     for (const Ref<TLMAlarm>& alarm : due) {
       const Variant ring =
           LocalPreferences::MasteRingHistory->Lookup(Int32ToVariant(alarm->UniqueID), Variant());
-      ASSERT_EQ(Text(Cast<Date>(VariantToObject(ring))), Text(minute)) << *alarm->Name << " did not ring";
+      ASSERT_EQ(Text(Cast<Date>(VariantToObject(ring))), Text(minute)) << alarm->Name << " did not ring";
     }
     if (Engine::dLastLaunchAttempt != attempt) {
       ++attempts_;

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "foundation/object.h"
-#include "foundation/region.h"
 
 namespace tollmere {
 
@@ -42,7 +41,6 @@ class CFObjectMBS : public Object {
 // A text, in UTF-8.
 class CFStringMBS final : public CFObjectMBS {
  public:
-  using Allocator = RegionAllocator<CFStringMBS>;
   static constexpr TypeId kKind = TypeId::kString;
 
   explicit CFStringMBS(std::string text) : CFObjectMBS(TypeId::kString), text_(std::move(text)) {}
@@ -63,7 +61,6 @@ inline Ref<CFStringMBS> NewCFStringMBS(std::string text) { return New<CFStringMB
 // A number of whatever stored width.
 class CFNumberMBS final : public CFObjectMBS {
  public:
-  using Allocator = RegionAllocator<CFNumberMBS>;
   static constexpr TypeId kKind = TypeId::kNumber;
 
   explicit CFNumberMBS(double value, bool is_integer = false) noexcept
@@ -79,7 +76,6 @@ class CFNumberMBS final : public CFObjectMBS {
 
 class CFBooleanMBS final : public CFObjectMBS {
  public:
-  using Allocator = RegionAllocator<CFBooleanMBS>;
   static constexpr TypeId kKind = TypeId::kBoolean;
 
   explicit CFBooleanMBS(bool value) noexcept : CFObjectMBS(TypeId::kBoolean), value_(value) {}
@@ -91,7 +87,6 @@ class CFBooleanMBS final : public CFObjectMBS {
 
 class CFBinaryDataMBS final : public CFObjectMBS {
  public:
-  using Allocator = RegionAllocator<CFBinaryDataMBS>;
   static constexpr TypeId kKind = TypeId::kData;
 
   explicit CFBinaryDataMBS(std::string bytes) : CFObjectMBS(TypeId::kData), bytes_(std::move(bytes)) {}
@@ -105,7 +100,6 @@ class CFBinaryDataMBS final : public CFObjectMBS {
 // A moment in seconds since 1 January 2001, 00:00:00 UTC; any double.
 class CFDateMBS final : public CFObjectMBS {
  public:
-  using Allocator = RegionAllocator<CFDateMBS>;
   static constexpr TypeId kKind = TypeId::kDate;
 
   explicit CFDateMBS(double seconds) noexcept : CFObjectMBS(TypeId::kDate), seconds_(seconds) {}
@@ -117,7 +111,6 @@ class CFDateMBS final : public CFObjectMBS {
 
 class CFArrayMBS final : public CFObjectMBS {
  public:
-  using Allocator = RegionAllocator<CFArrayMBS>;
   static constexpr TypeId kKind = TypeId::kArray;
 
   explicit CFArrayMBS(std::vector<Ref<CFObjectMBS>> items)
@@ -147,7 +140,6 @@ class CFDictionaryListMBS final : public Object {
 
 class CFDictionaryMBS final : public CFObjectMBS, public std::enable_shared_from_this<CFDictionaryMBS> {
  public:
-  using Allocator = RegionAllocator<CFDictionaryMBS>;
   static constexpr TypeId kKind = TypeId::kDictionary;
 
   explicit CFDictionaryMBS(std::vector<CFDictionaryListMBS::Entry> entries)
