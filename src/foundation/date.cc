@@ -8,7 +8,7 @@ namespace {
 
 // Steps of a field may be added to TotalSeconds without a look at rounding up to here. Half of the
 // exact range leaves room for every step that is taken before the next full look.
-constexpr double kWholeLimit = 4'503'599'627'370'496.0;  // 2^52
+constexpr std::int64_t kWholeLimit = std::int64_t{1} << 52;
 
 // Years that lie within that range, either way.
 constexpr std::int64_t kWholeYears = 100'000'000;
@@ -21,25 +21,35 @@ constexpr std::int64_t kLastSecond =
 
 }  // namespace
 
-// The state at a whole second with a fraction of 0 or more and less than 1.
-Date::State Date::AtSecond(std::int64_t second, double fraction) noexcept {
+// The state at a whole second that a 32-bit year can show.
+Date::State Date::AtWholeSecond(std::int64_t second) noexcept {
   State state{};
-  state.total_seconds = static_cast<double>(second) + fraction;
-  if (std::fabs(state.total_seconds) >= kExactLimit) {
-    return AtTotal(state.total_seconds);  // The double may stand on another second: it decides.
-  }
-  if (fraction != 0.0 && std::floor(state.total_seconds) != static_cast<double>(second)) {
-    // The fraction was so near to 1 that it was rounded up: stay within the second.
-    state.total_seconds = std::nextafter(state.total_seconds, -HUGE_VAL);
-  }
   state.day_number = FloorDivide(second, kSecondsPerDay);
   state.time = static_cast<std::int32_t>(second - state.day_number * kSecondsPerDay);
   const CivilDate civil = CivilFromDays(state.day_number);
   state.year = static_cast<std::int32_t>(civil.year);
   state.month = civil.month;
   state.day = civil.day;
-  const bool whole = fraction == 0.0 && std::fabs(state.total_seconds) < kWholeLimit;
-  state.plain_days = whole ? kPlainDays : 0;
+  state.plain_days = second > -kWholeLimit && second < kWholeLimit ? kPlainDays : 0;
+  state.total_seconds = static_cast<double>(second);
+  return state;
+}
+
+// The state at a whole second with a fraction of 0 or more and less than 1.
+Date::State Date::AtSecond(std::int64_t second, double fraction) noexcept {
+  double total_seconds = static_cast<double>(second) + fraction;
+  if (std::fabs(total_seconds) >= kExactLimit) {
+    return AtTotal(total_seconds);  // The double may stand on another second: it decides.
+  }
+  State state = AtWholeSecond(second);
+  if (fraction != 0.0) {
+    if (std::floor(total_seconds) != static_cast<double>(second)) {
+      // The fraction was so near to 1 that it was rounded up: stay within the second.
+      total_seconds = std::nextafter(total_seconds, -HUGE_VAL);
+    }
+    state.plain_days = 0;
+    state.total_seconds = total_seconds;
+  }
   return state;
 }
 
@@ -59,15 +69,10 @@ Date::State Date::AtTotal(double total_seconds) noexcept {
   } else if (!std::isnan(total_seconds)) {
     second = static_cast<std::int64_t>(total_seconds);  // A whole number: this is 2^53 and above.
   }
-  const std::int64_t day_number = FloorDivide(second, kSecondsPerDay);
-  const CivilDate civil = CivilFromDays(day_number);
-  return {.day_number = day_number,
-          .year = static_cast<std::int32_t>(civil.year),
-          .month = civil.month,
-          .day = civil.day,
-          .time = static_cast<std::int32_t>(second - day_number * kSecondsPerDay),
-          .plain_days = 0,
-          .total_seconds = total_seconds};
+  State state = AtWholeSecond(second);
+  state.plain_days = 0;  // also for NaN, whose second is 0
+  state.total_seconds = total_seconds;
+  return state;
 }
 
 // A whole state on another day that exists, at the same time of day.

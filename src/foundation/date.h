@@ -107,15 +107,16 @@ class Date final : public Object {
  private:
   // A moment is whole when it is a whole second well within the exact range: TotalSeconds then follows from
   // the day and the time of day, and small steps may simply be added to these. Every other moment has
-  // its TotalSeconds beside them.
+  // its TotalSeconds beside them. The day stands apart from the other fields, since a step changes it alone:
+  // side by side, a compiler packs them into one vector register and takes them apart again at each step.
   struct State {
     std::int64_t day_number;  // days since 1 January 1904
+    std::int32_t day;
+    double total_seconds;  // where the moment is not whole
     std::int32_t year;
     std::int32_t month;
-    std::int32_t day;
     std::int32_t time;        // of day, in seconds
     std::int32_t plain_days;  // the days that every month has, up to 28; 0 where the moment is not whole
-    double total_seconds;     // where the moment is not whole
   };
   static constexpr std::int32_t kPlainDays = 28;
 
@@ -136,6 +137,7 @@ class Date final : public Object {
   // tight loop can be kept in registers.
   static const State& Present() noexcept;
   static State AtTotal(double total_seconds) noexcept;
+  static State AtWholeSecond(std::int64_t second) noexcept;
   static State AtSecond(std::int64_t second, double fraction) noexcept;
   static State OnDay(State state, std::int64_t year, std::int32_t month, std::int32_t day) noexcept;
   static State WithMonth(State state, std::int64_t year, std::int64_t month) noexcept;
