@@ -18,7 +18,7 @@ struct CivilDate {
 };
 
 constexpr bool IsLeapYear(std::int64_t year) noexcept {
-  // A year that 25 divides is a century where 4 does not settle it already: 16 decides then.
+  // Of the years that 25 divides, those that 16 divides are leap years; of all others, those that 4 divides.
   return (year & (year % 25 == 0 ? 15 : 3)) == 0;
 }
 
@@ -27,7 +27,7 @@ constexpr int DaysInMonth(std::int64_t year, int month) noexcept {
   if (month == 2) {
     return IsLeapYear(year) ? 29 : 28;
   }
-  return 30 + ((month ^ (month >> 3)) & 1);  // The long months alternate, and begin anew in August.
+  return 30 + ((month ^ (month >> 3)) & 1);  // Long and short months alternate, but July and August are long.
 }
 
 // How many days of the year lie before month 1 to 12.
@@ -58,8 +58,8 @@ constexpr std::int64_t DaysFromCivil(std::int64_t year, int month, std::int64_t 
   return era * kDaysPerEra + day_of_era + (day - 1) - kDaysFromYear0March1;
 }
 
-// For the days of every 32-bit year. Each division is by a constant, as a multiplication by its reciprocal
-// with a shift: a fraction of a year, and of a month, then stands in the low bits.
+// For the days of every 32-bit year. Each division by a constant is a multiplication by its reciprocal and a
+// shift; the low bits then hold the fraction of a year, and of a month.
 constexpr CivilDate CivilFromDays(std::int64_t days) noexcept {
   constexpr std::int64_t kEras = 5'500'000;  // makes every such day positive
   const auto shifted = static_cast<std::uint64_t>(days + kDaysFromYear0March1 + kEras * kDaysPerEra) * 4 + 3;

@@ -6,8 +6,7 @@
 namespace tollmere {
 namespace {
 
-// Steps of a field may be added to TotalSeconds without a look at rounding up to here. Half of the
-// exact range leaves room for every step that is taken before the next full look.
+// Below this, a step of any field stays within the range in which a double counts single seconds.
 constexpr std::int64_t kWholeLimit = std::int64_t{1} << 52;
 
 // Years that lie within that range, either way.

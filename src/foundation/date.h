@@ -11,33 +11,33 @@
 
 namespace tollmere {
 
-// A Date stands on the wall clock of the machine's own place: a calendar counted on without a stop,
-// in which every day has 24 hours. The time zone enters only where a new Date takes the present
-// moment. One moment can be seen in two ways, which agree after every operation:
+// A Date is a moment of local wall-clock time, in a calendar in which every day has 24 hours. The time
+// zone matters only when a new Date takes the present moment. A moment has two views, which agree after
+// every operation:
 //
 //   TotalSeconds   seconds since 1 January 1904, 00:00:00; any double, NaN and infinities included
 //   the fields     Year, Month 1 to 12, Day 1 to 31, Hour 0 to 23, Minute and Second 0 to 59
 //
-// Every field takes every 32-bit value. What lies beyond the field's range is carried into the next
-// larger unit or borrowed from it, and the very next read shows the result:
+// Every field takes every 32-bit value. A value beyond the field's range carries into the next larger
+// unit or borrows from it, and the next read shows the result:
 //
 //   31 January 2027, Month := 2   ->  31 February, which is 3 March 2027
 //   1 March 2028, Day := 0        ->  29 February 2028
 //   23:59:59, Second := 60        ->  00:00:00 of the next day
 //
-// So the order in which fields are assigned matters: Year, Month, Day on a date that stands on the
-// 31st can land in another month on the way.
+// So the order of assignments matters: Year, Month, Day on a date that stands on the 31st can end in
+// another month.
 //
-// Fields are exact as long as TotalSeconds counts whole seconds, which is 285 million years either
-// way. Further out they follow the nearest double; a year beyond 32 bits shows as the last moment
-// of the range, NaN as the start of the count. A TotalSeconds that was written is always read back
-// as the same double. Its fraction of a second survives writes to all fields but Second.
+// The fields are exact as long as a double can count single seconds, which is 285 million years either
+// way. Beyond that they follow the nearest double. A year beyond 32 bits shows as the last moment of the
+// range, NaN as 1 January 1904. A TotalSeconds that was written is read back as the same double. Its
+// fraction of a second survives writes to all fields but Second.
 //
-// Moments are compared by reading TotalSeconds of both sides. Copies are made on purpose only: a new
-// Date, then SetTotalSeconds. Nothing here allocates.
+// Moments are compared by TotalSeconds. There is no copy constructor: CopyOf makes a new Date and sets its
+// TotalSeconds. Only CopyOf and the texts allocate.
 class Date final : public Object {
  public:
-  // The present moment by the clock and the zone of the machine, in whole seconds.
+  // The present moment by the machine's clock and time zone, in whole seconds.
   Date() noexcept : state_(Present()) {}
 
   double TotalSeconds() const noexcept {
@@ -82,7 +82,7 @@ class Date final : public Object {
       state_.day_number += value - state_.day;
       state_.day = value;
     } else if (IsWhole() && value == length + 1 && state_.month < 12) {
-      // The step over the end of a month that every walk takes.
+      // The step over the end of a month, which every search takes.
       state_.day_number += value - state_.day;
       state_.day = 1;
       ++state_.month;
@@ -105,10 +105,10 @@ class Date final : public Object {
   std::string LongTime() const;
 
  private:
-  // A moment is whole when it is a whole second well within the exact range: TotalSeconds then follows from
-  // the day and the time of day, and small steps may simply be added to these. Every other moment has
-  // its TotalSeconds beside them. The day stands apart from the other fields, since a step changes it alone:
-  // side by side, a compiler packs them into one vector register and takes them apart again at each step.
+  // A moment is whole when it is a whole second well within the exact range. Its TotalSeconds then follow
+  // from the day and the time of day, and steps are added to these. Every other moment stores them. The day
+  // stands apart from the other fields, since a step changes it alone: side by side, a compiler packs them
+  // into one vector register and takes them apart again at each step.
   struct State {
     std::int64_t day_number;  // days since 1 January 1904
     std::int32_t day;
@@ -133,8 +133,8 @@ class Date final : public Object {
 
   static constexpr double kExactLimit = 9'007'199'254'740'992.0;  // 2^53
 
-  // The rare ways through an assignment. They work on values and return one, so that a Date in a
-  // tight loop can be kept in registers.
+  // The rare cases of an assignment. They take and return values, so that a Date in a tight loop can be
+  // kept in registers.
   static const State& Present() noexcept;
   static State AtTotal(double total_seconds) noexcept;
   static State AtWholeSecond(std::int64_t second) noexcept;

@@ -1,8 +1,7 @@
 // Reference-counted objects whose references may be Nil.
 //
-// Nil is a normal value here: many fields and results are Nil in everyday operation. Using a Nil
-// reference as if it were an object is the one thing that is not allowed, and it is noticed in
-// every build type.
+// Nil is a normal value: many fields and results are Nil in everyday operation. Using a Nil reference as an
+// object throws in every build type.
 #pragma once
 
 #include <cstddef>
@@ -42,7 +41,7 @@ class Object {
 };
 
 // A counted reference to a T, or Nil. `->` and `*` throw NilObjectException on Nil. Copies share the
-// object. A Ref<T> converts to a Ref of a base class by itself; the other way goes through Cast.
+// object. A Ref<T> converts to a Ref of a base class; Cast goes the other way.
 template <class T>
 class Ref {
  public:
@@ -57,7 +56,7 @@ class Ref {
   T* operator->() const { return Checked(); }
   T& operator*() const { return *Checked(); }
 
-  // The bare pointer, null for Nil; for looking at a reference without a claim on it.
+  // The bare pointer, null for Nil. It does not keep the object alive.
   T* Get() const noexcept { return pointer_.get(); }
   const std::shared_ptr<T>& Pointer() const& noexcept { return pointer_; }
   std::shared_ptr<T>&& Pointer() && noexcept { return std::move(pointer_); }
@@ -91,7 +90,7 @@ bool IsA(const Ref<U>& reference) noexcept {
     return false;
   }
   if constexpr (std::is_final_v<T>) {
-    return typeid(*object) == typeid(T);  // Much cheaper than a search through the bases.
+    return typeid(*object) == typeid(T);  // Cheaper than a search through the bases.
   } else {
     return dynamic_cast<const T*>(object) != nullptr;
   }
@@ -109,7 +108,7 @@ Ref<T> Cast(const Ref<U>& reference) {
   return Ref<T>(std::static_pointer_cast<T>(reference.Pointer()));
 }
 
-// The object seen as a T, or null when it is none; for a look at it without a claim on it.
+// The object seen as a T, or null when it is none. The pointer does not keep the object alive.
 template <class T, class U>
 const T* If(const Ref<U>& reference) noexcept {
   return IsA<T>(reference) ? static_cast<const T*>(reference.Get()) : nullptr;

@@ -23,25 +23,21 @@ struct ParsedNumber {
   std::size_t length = 0;  // of the text that was read, blanks and sign included; 0: no number
 };
 
-// The double nearest to a number that is too large or too small for one: infinite, or 0. Which of the two,
-// the place of its first digit tells.
+// The double nearest to a number that no double can hold: infinity, or 0 for one that is too small. The place
+// of its first digit tells which.
 double NearestBeyondRange(std::string_view number) noexcept {
   const std::size_t mantissa_end = std::min(number.find_first_of("eE"), number.size());
   const std::string_view mantissa = number.substr(0, mantissa_end);
-  std::string_view exponent_text = number.substr(mantissa_end);
-  exponent_text.remove_prefix(std::min<std::size_t>(exponent_text.size(), 1));
-  const bool is_negative = exponent_text.starts_with('-');
-  exponent_text.remove_prefix(is_negative || exponent_text.starts_with('+') ? 1 : 0);
-  std::int64_t exponent = 0;
-  const auto [stop, error] =
-      std::from_chars(exponent_text.data(), exponent_text.data() + exponent_text.size(), exponent);
+  std::string_view digits = number.substr(std::min(mantissa_end + 1, number.size()));
+  digits.remove_prefix(digits.starts_with('+') ? 1 : 0);
+  std::int32_t exponent = 0;
+  const std::errc error = std::from_chars(digits.data(), digits.data() + digits.size(), exponent).ec;
   if (error == std::errc::result_out_of_range) {
-    return is_negative ? 0.0 : HUGE_VAL;
+    return digits.starts_with('-') ? 0.0 : HUGE_VAL;
   }
-  const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
-  const auto before_point =
-      static_cast<std::int64_t>(point) - static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
-  return before_point + (is_negative ? -exponent : exponent) > 0 ? HUGE_VAL : 0.0;
+  const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
+  const auto first_digit = static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
+  return point - first_digit + exponent > 0 ? HUGE_VAL : 0.0;
 }
 
 ParsedNumber ParseNumber(std::string_view text) noexcept {
@@ -51,7 +47,7 @@ ParsedNumber ParseNumber(std::string_view text) noexcept {
   if (at != end && (*at == '-' || *at == '+')) {
     ++at;
   }
-  // A digit has to follow, perhaps behind a point: this is what keeps "inf", "nan" and a second sign out.
+  // A digit must follow, perhaps after a point. This rejects "inf", "nan" and a second sign.
   const char* const digit = at + static_cast<int>(at != end && *at == '.');
   if (digit == end || !IsDigit(*digit)) {
     return {};

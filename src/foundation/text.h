@@ -16,28 +16,28 @@ inline constexpr std::string_view EndOfLine = "\n";
 // Plain decimal digits, with a minus sign if negative and no padding.
 std::string Str(std::int32_t value);
 
-// The shortest text that reads back as the same number; without an exponent for whole numbers below
-// 2^53. "nan", "inf" and "-inf" for what is no number, which Val does not read back.
+// The shortest text that reads back as the same number, without an exponent for whole numbers below
+// 2^53. "nan", "inf" and "-inf" for the rest, which Val does not read back.
 std::string Str(double value);
 
 // The number with which the text begins: leading blanks, a sign, digits, a point, an exponent. 0 for a
-// text that does not begin with one. Neither hexadecimal digits nor "nan" nor "inf" are a number. What
-// is too large for a double is infinite.
+// text that does not begin with one. Hexadecimal digits, "nan" and "inf" are not numbers. A number too
+// large for a double is infinite.
 double Val(std::string_view text) noexcept;
 
 // True when the whole text, but for blanks around it, is one number as Val reads it.
 bool IsNumeric(std::string_view text) noexcept;
 
-// The number in a form such as "-#.#########": a minus sign for a negative number where the mask begins
-// with one, then as many decimals as there are marks behind the point, rounded. A decimal that is 0
-// at the end is left out at '#' and written at '0'. Behind a whole number stands no point.
+// The number in a form such as "-#.#########": a minus sign for a negative number if the mask begins
+// with one, then one decimal for each mark after the point, rounded. A trailing 0 is left out at '#' and
+// written at '0'. A whole number has no point.
 std::string Format(double value, std::string_view mask);
 
 // The pieces between the delimiters, always one more than there are delimiters: an empty text is one
 // empty piece. An empty delimiter divides nothing.
 std::vector<std::string_view> Split(std::string_view text, std::string_view delimiter);
 
-// The same pieces, each given to `act` in its turn.
+// Calls `act` with each of these pieces, in order.
 template <class Action>
 void ForEachPiece(std::string_view text, std::string_view delimiter, Action act) {
   std::size_t at = delimiter.empty() ? std::string_view::npos : text.find(delimiter);
@@ -49,11 +49,11 @@ void ForEachPiece(std::string_view text, std::string_view delimiter, Action act)
   act(text);
 }
 
-// The first `count` characters, or all of the text if it is shorter. A byte that is no part of
-// UTF-8 counts as a character.
+// The first `count` characters, or the whole text if it is shorter. A byte that is not valid UTF-8
+// counts as one character.
 std::string_view Left(std::string_view text, std::size_t count) noexcept;
 
-// Equality of texts as the agent's logic means it: the case of the letters A to Z does not count.
+// Equality of texts in which the case of the letters A to Z does not count.
 bool EqualsIgnoringCase(std::string_view left, std::string_view right) noexcept;
 
 // The nearest 32-bit integer towards zero; NaN gives 0, a number beyond the range the nearest end.

@@ -7,7 +7,7 @@
 
 namespace tollmere {
 
-// Stands for what is no character: a bad byte, half of a surrogate pair.
+// Stands for a bad byte or half of a surrogate pair.
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 
 struct DecodedCharacter {

@@ -11,9 +11,8 @@
 
 namespace tollmere {
 
-// Holds a string, a 32-bit integer, a double, a boolean, a reference to an object, or Nil. A Variant is
-// made by the boxing functions below, which name the kind, and is read by the conversions beside
-// them, which never throw, whatever the kind.
+// Holds a string, a 32-bit integer, a double, a boolean, a reference to an object, or Nil. The boxing
+// functions below make one and name its kind. The conversions read one, whatever its kind.
 class Variant {
  public:
   // Copies of a Variant share its text, which nobody changes.
@@ -23,8 +22,7 @@ class Variant {
 
   bool IsNil() const noexcept { return std::holds_alternative<std::monostate>(value_); }
 
-  // The held value if it is of that kind, else null. An object is never Nil here: a boxed Nil is a
-  // Nil Variant.
+  // The value if it is of that kind, else null. A Nil reference is never held: it is boxed as Nil.
   template <class Kind>
   const Kind* If() const noexcept {
     if constexpr (std::is_same_v<Kind, std::string>) {
@@ -47,7 +45,7 @@ class Variant {
 };
 
 Variant StringToVariant(std::string value);
-// Of a text that somebody else holds too; not null.
+// Shares the text, which is not null.
 Variant StringToVariant(std::shared_ptr<const std::string> value) noexcept;
 Variant Int32ToVariant(std::int32_t value) noexcept;
 Variant DoubleToVariant(double value) noexcept;
@@ -72,7 +70,7 @@ inline std::string CStr(const Variant& value) { return VariantToString(value); }
 // True for an integer, a double, and a text that reads as a number from end to end.
 bool IsNumeric(const Variant& value) noexcept;
 
-// True for the texts that stand for no: "", "false", "no", "off", in any case.
+// True for "", "false", "no" and "off", in any case.
 bool IsFalseWord(std::string_view text) noexcept;
 
 }  // namespace tollmere

@@ -12,7 +12,7 @@ Ref<CFObjectMBS> StoredValue(std::string_view key) {
   return xPreferences->CopyAppValue(NewCFStringMBS(std::string(key)), TLMDomain());
 }
 
-// A key as ToStringZDN gives it, which of a stored text is the text itself.
+// The key as ToStringZDN gives it. A stored text is shared and not copied.
 Variant TextOf(const Ref<CFObjectMBS>& key) {
   const auto* text = If<CFStringMBS>(key);
   return StringToVariant(text != nullptr

@@ -1,4 +1,4 @@
-// The agent's only door to the main application's preference domain, which it reads and never writes.
+// Read access to the main application's preference domain. The agent never writes it.
 #pragma once
 
 #include <string>
@@ -12,19 +12,19 @@
 #include "foundation/system/preference_service.h"
 
 // Every reader takes the value from the view that the last Sync refreshed, then from dPreferenceDefaults, and
-// then gives what stands for nothing: "", False, Nil, an empty array. That a preference is absent is
-// never an error. A reader that is called before Load throws NilObjectException.
+// otherwise gives "", False, Nil or an empty array: an absent preference is never an error. A reader that is
+// called before Load throws NilObjectException.
 namespace tollmere::CorePreferencesModified {
 
 // The handle on the preference service; Nil before Load.
 inline Ref<CFPreferencesMBS> xPreferences;
-// Stands behind the domain: values for keys that it lacks. Empty, Nil before Load.
+// Values for keys that the domain lacks. Empty; Nil before Load.
 inline Ref<Dictionary> dPreferenceDefaults;
 
 // The name of the domain; a new object at each call.
 Ref<CFStringMBS> TLMDomain();
 
-// Makes xPreferences and dPreferenceDefaults, and reads nothing.
+// Creates xPreferences and dPreferenceDefaults. Reads nothing.
 void Load();
 // Refreshes the view of the domain. A failure leaves the view as it is.
 void Sync();

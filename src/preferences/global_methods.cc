@@ -9,7 +9,7 @@
 namespace tollmere::GlobalMethods {
 namespace {
 
-// `named_end` and `unnamed` are the two forms of the first line, with and without the value's name.
+// The first line ends with `named_end` if the value has a name, and is `unnamed` if not.
 void ReportFailure(const Ref<CFObjectMBS>& obj, std::string_view name, std::string_view named_end,
                    std::string_view unnamed) {
   constexpr std::size_t kShownCharacters = 512;

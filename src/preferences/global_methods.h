@@ -1,4 +1,4 @@
-// What the preference store hands out, turned into plain values.
+// Conversions of stored objects into plain values.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@
 
 namespace tollmere {
 
-// A source of random numbers. One is made at start-up and kept; nothing asks it for a number.
+// A source of random numbers. One is made at start-up and kept. Nothing uses it.
 class Random final : public Object {};
 
 namespace GlobalMethods {
@@ -22,15 +22,14 @@ inline Ref<Random> MasterRandom;
 // for everything else.
 bool CBool(const Variant& v);
 
-// A stored text, number or boolean as a boolean. For any other kind a message box tells the user so, under
-// `name` where that is not empty, and the result is False. Nil throws NilObjectException.
+// A stored text, number or boolean as a boolean. For any other kind a message box tells the user, with
+// `name` if that is not empty, and the result is False. Nil throws NilObjectException.
 bool ToBooleanZDN(const Ref<CFObjectMBS>& obj, std::string_view name);
 
 // A stored text, number or boolean as a text. For any other kind a message box as above, and the empty text.
 std::string ToStringZDN(const Ref<CFObjectMBS>& obj, std::string_view name);
 
-// The numbers with which the pieces of the text begin, 0.0 for a piece that begins with none. As many as
-// there are pieces.
+// The number with which each piece of the text begins, or 0.0 for a piece that begins with none.
 std::vector<double> SplitDoubleArrayZDN(std::string_view text, std::string_view delimiter);
 
 }  // namespace GlobalMethods

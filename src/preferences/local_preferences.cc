@@ -44,8 +44,8 @@ void Reload() {
   for (const Ref<Dictionary>& stored : CorePreferencesModified::GetPrefsDictionariesValue("Alarms")) {
     const Ref<TLMAlarm> a = TLMAlarm::Make();
     a->SetDictionary(stored);
-    // The rings of this process are stronger than what the main application stored, Nil included. No
-    // setter takes part: nothing is worked out here.
+    // A ring of this process replaces the stored one, even by Nil. It is stored without a setter, so that
+    // nothing is worked out here.
     const Variant id = Int32ToVariant(a->UniqueID);
     if (MasteRingHistory->HasKey(id)) {
       a->LastRungDateTime = Cast<Date>(VariantToObject(MasteRingHistory->Value(id)));

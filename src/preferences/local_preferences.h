@@ -1,4 +1,4 @@
-// The alarm list as the agent watches it, and what outlives a reload of it.
+// The list of watched alarms, and the two tables that outlive a reload of it.
 #pragma once
 
 #include <vector>
@@ -10,21 +10,22 @@
 
 namespace tollmere::LocalPreferences {
 
-// The alarms being watched, in the order of the stored list: enabled, no presets, no countdown timers. Made
-// anew by each Reload.
+// The watched alarms, in the order of the stored list: enabled, no presets, no countdown timers. Each Reload
+// makes it anew.
 inline std::vector<Ref<TLMAlarm>> xAlarmArray;
 
-// Both tables are keyed by UniqueID and hold a Date or Nil. Neither ever loses an entry, and neither is kept
-// beyond the process. Start-up makes them; Nil before that.
+// Both tables are keyed by UniqueID and hold a Date or Nil. No entry is ever removed, and nothing is kept
+// when the process ends. Start-up makes them; Nil before that.
 //
-// The next ring time of each alarm that was last logged, to keep the log quiet. Nil: it never rings.
+// The next ring time that was last logged for each alarm, so that only changes are logged. Nil: it never
+// rings.
 inline Ref<Dictionary> RememberedNextRingDates;
-// The last ring of each alarm. Nil: it rang and forgot, as an alarm does that is disabled by its ring.
+// The last ring of each alarm. Nil: its ring disabled it, which clears the last ring.
 inline Ref<Dictionary> MasteRingHistory;
 
-// Makes xAlarmArray anew from the preference domain: reads every stored alarm, gives it back its last ring,
-// works out its next, and logs those that are new or have changed. Throws IllegalCastException at a stored
-// alarm of malformed shape; xAlarmArray then holds the alarms before it.
+// Makes xAlarmArray from the preference domain: reads every stored alarm, restores its last ring, works out
+// its next ring, and logs what is new or has changed. Throws IllegalCastException at a malformed stored
+// alarm; xAlarmArray then holds the alarms before it.
 void Reload();
 
 // The days on which no alarm rings, read afresh at each call; in the order of the stored text.

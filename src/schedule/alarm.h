@@ -20,13 +20,13 @@ inline constexpr std::int32_t AlarmTypeWeeklyRelative = 2;
 inline constexpr std::int32_t AlarmTypeHourlyChime = 3;
 inline constexpr std::int32_t AlarmTypeTimer = 4;
 
-// Stands for "any" in DateYear, DateMonth, DateDay, WeeklyDaysMonth and WeeklyDaysRelativeMonth. Every
-// other value is taken as it stands.
+// "Any" in DateYear, DateMonth, DateDay, WeeklyDaysMonth and WeeklyDaysRelativeMonth. Every other value is
+// taken as it is.
 inline constexpr std::int32_t kAny = -1;
 
-// The main application owns the alarms and keeps them in its preference domain; this is an alarm as
-// one tick sees it, made afresh at each reload. Nothing is validated: an hour of 25 is one o'clock of
-// the next day, and a month of 13 that never comes is waited for as long as the kind of alarm waits.
+// The main application owns the alarms and keeps them in its preference domain. This is one of them, made
+// anew at each reload. Nothing is validated: hour 25 is one o'clock of the next day, and the search for a
+// month 13, which never comes, goes on as long as that kind of search does.
 class TLMAlarm {
  public:
   // A new alarm that has run its Constructor.
@@ -36,8 +36,8 @@ class TLMAlarm {
   TLMAlarm(const TLMAlarm&) = delete;
   TLMAlarm& operator=(const TLMAlarm&) = delete;
 
-  // Rings: stamps LastRungDateTime, moves the alarm on or disables it, has the main application
-  // started, and writes the history of rings. Both arguments are without effect.
+  // Rings: sets LastRungDateTime, moves the alarm on or disables it, makes sure that the main application
+  // runs, and writes the history of rings. The arguments have no effect.
   virtual void Execute(bool first, bool second);
   // Works out NextRingDateTime from the moment `d`, Nil being the present one. Nil there means that the
   // alarm does not ring: it is disabled or a preset, or no moment of its schedule lies ahead. Leaves
@@ -52,7 +52,7 @@ class TLMAlarm {
   virtual ~TLMAlarm() = default;
 
   bool Enabled() const noexcept { return mEnabled; }
-  // A change in either direction forgets the last ring. The next ring time is worked out anew in any case.
+  // A change in either direction clears LastRungDateTime. NextRingDateTime is worked out anew in any case.
   void SetEnabled(bool value);
 
   std::string Name;

@@ -5,9 +5,9 @@
 
 namespace tollmere {
 
-// The order is binding. The next ring time has to see this ring, so as to move past its minute. The launch
-// has to see the history as it was before this ring. What the history gets is the field as it then is: Nil,
-// where an alarm has been disabled by its ring.
+// The order matters. The next ring time has to see this ring, to move past its minute. The launch has to see
+// the history as it was before this ring. The history then gets the field as it is, which is Nil if the ring
+// has disabled the alarm.
 void TLMAlarm::Execute(bool, bool) {
   LastRungDateTime = New<Date>();  // the present moment, also when an earlier second is being walked
   if (Type != AlarmTypeTimer) {

@@ -1,4 +1,4 @@
-// The application object, and the life of what it makes.
+// The application object, and the module globals that it makes.
 #pragma once
 
 #include "foundation/system/event_loop.h"
@@ -12,8 +12,8 @@ class App final : public Application {
   void Event_Open() override;
 };
 
-// Puts every module global back to Nil: the timer first, so that nothing fires any more, then the alarms, the
-// tables, and what they were read from.
+// Sets every module global back to Nil: the timer first, so that nothing fires any more, then the alarms, the
+// tables, and the preferences.
 void ReleaseGlobals();
 
 }  // namespace tollmere
