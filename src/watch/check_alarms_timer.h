@@ -15,8 +15,9 @@ class CheckAlarmsTimer : public Timer {
   virtual void Event_Action();
 
   // Decides which of the watched alarms ring, and has them ring. `d` Nil is the pass of a tick, for the
-  // present moment; before it walks, second by second, over whatever time has gone by since the last pass.
-  // `d` set is one walked second.
+  // present moment. Where more than a second has gone by since the last pass, it checks the missing seconds
+  // instead, the present one included, as if each were the present; those at which no alarm can ring are
+  // passed over. `d` set is one of these seconds.
   static void CheckAlarms(const Ref<Date>& d);
 
   // The moment up to which alarms have been checked; Nil until the first pass has ended.

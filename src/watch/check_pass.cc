@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cmath>
+
 #include "preferences/core_preferences.h"
 #include "preferences/local_preferences.h"
 #include "watch/check_alarms_timer.h"
@@ -7,11 +10,45 @@ namespace {
 
 bool RingPastAlarms() { return CorePreferencesModified::GetPrefsBoolValue("RingPastAlarms"); }
 
-// The second after the last checked one, and so on up to the present moment, each checked as if it were the
-// present. There is no limit to how many.
+// The first second from `second` on at which CheckAlarm may have an alarm ring; at the latest `target`.
+//
+// Nothing happens before it. As long as an alarm stays as it is, what CheckAlarm does with it depends only on
+// the moment under test, which stays the same for a minute: the alarm rings in the minute of its next ring,
+// and in every later one if past alarms are to ring, but never in the minute of its last ring. Only its own
+// ring changes an alarm, and only a reload changes "RingPastAlarms". So this is worked out anew after each
+// second that has been checked.
+double FirstSecondToCheck(double second, double target) {
+  double due = target;
+  double past = target;  // rings only under "RingPastAlarms"
+  for (const Ref<TLMAlarm>& alarm : LocalPreferences::xAlarmArray) {
+    const Ref<Date>& next_ring = alarm->NextRingDateTime;
+    const double next = next_ring != nullptr ? next_ring->WholeSeconds() : -HUGE_VAL;
+    if (!alarm->IsPreset && alarm->Enabled() && next < target) {
+      // The first moment under test that is not before the next ring
+      const double unit = alarm->Type != AlarmTypeTimer ? 60.0 : 1.0;
+      double test = std::max(std::floor(second / unit) * unit, std::ceil(next / unit) * unit);
+      if (alarm->LastRungDateTime != nullptr && alarm->LastRungDateTime->WholeSeconds() == test) {
+        test += unit;
+      }
+      double& first = test == next ? due : past;
+      first = std::min(first, std::max(second, test));
+    }
+    Yield();
+  }
+  // The preference is read when the check of the second `past` would read it, and not before.
+  return past < due && RingPastAlarms() ? past : due;
+}
+
+// Checks the second after the last checked one, and so on up to the present moment, each as if it were the
+// present. There is no limit to how many. Those at which no alarm can ring are passed over.
 void WalkTo(const Date& target) {
   const Ref<Date> walk = CopyOf(*CheckAlarmsTimer::dRecentCheck);
   do {
+    const double idle_up_to = FirstSecondToCheck(walk->WholeSeconds() + 1.0, target.WholeSeconds()) - 1.0;
+    if (idle_up_to > walk->WholeSeconds()) {
+      walk->SetTotalSeconds(idle_up_to);
+      CheckAlarmsTimer::dRecentCheck = CopyOf(*walk);
+    }
     walk->SetSecond(walk->Second() + 1);
     CheckAlarmsTimer::CheckAlarms(walk);
     Yield();
