@@ -1,9 +1,29 @@
 // Weekly alarms, hourly chimes and countdown timers. None of these searches has a bound: each ends when
 // it has found its moment.
+#include <cmath>
+
+#include "foundation/text.h"
 #include "foundation/yield.h"
 #include "schedule/alarm.h"
 
 namespace tollmere {
+namespace {
+
+// How many whole steps of `unit` seconds lie between the candidate and a later floor. An hour or a minute of
+// 32 bits can put the candidate 250,000 years before the floor: these steps are taken at once. 0 beyond the
+// moments that a double counts in single seconds, up to the end of the calendar, where a step may lead
+// elsewhere than the sum of many: there they are taken one by one.
+std::int32_t StepsToFloor(const Date& candidate, const Date& floor, std::int64_t unit) {
+  constexpr double kExact = 4'503'599'627'370'496.0;  // 2^52
+  const double from = candidate.TotalSeconds();
+  const double to = floor.TotalSeconds();
+  if (from < to && from > -kExact && to < kExact) {
+    return ToInt32(std::floor((to - from) / static_cast<double>(unit)));
+  }
+  return 0;
+}
+
+}  // namespace
 
 // Year, month and day are put onto the candidate as in the search for date alarms, with the same effect
 // on the last days of a month: on 31 March, Thursday 1 April becomes 1 May. An alarm that is confined to a
@@ -25,6 +45,9 @@ void TLMAlarm::SetNextRingTime_Weekly(std::optional<Date>& dNext, const Date& dS
     return;
   }
 
+  if (const std::int32_t days = StepsToFloor(dTry, dStart, kSecondsPerDay); days > 0) {
+    dTry.SetDay(dTry.Day() + days);
+  }
   const double start = dStart.TotalSeconds();
   for (;; dTry.SetDay(dTry.Day() + 1), Yield()) {
     if (dTry.TotalSeconds() < start) {
@@ -57,6 +80,9 @@ void TLMAlarm::SetNextRingTime_HourlyChime(std::optional<Date>& dNext, const Dat
     Yield();
   }
   dNext->SetMinute(HourlyChimeMinute);
+  if (const std::int32_t hours = StepsToFloor(*dNext, dStart, 3600); hours > 0) {
+    dNext->SetHour(dNext->Hour() + hours);
+  }
   while (dNext->TotalSeconds() < dStart.TotalSeconds()) {
     dNext->SetHour(dNext->Hour() + 1);
     Yield();

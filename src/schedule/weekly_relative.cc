@@ -49,8 +49,10 @@ Dates TLMAlarm::SetNextRingTime_WeeklyRelativeOccursThisMonth(std::int32_t iMont
   do {
     const auto weekday = static_cast<std::size_t>(dDay.DayOfWeek() - 1);
     const std::size_t n = ++occurrences[weekday];
+    // There are never more than five, but at the end of the calendar, where the walk stays on one day.
+    const bool selected = n <= WeeklyDaysRelativeOccurrences.size() && WeeklyDaysRelativeOccurrences[n - 1];
     // IsExcluded goes to the preference store, so it is asked only about a selected day.
-    if (WeeklyDaysRelative[weekday] && WeeklyDaysRelativeOccurrences[n - 1] && !IsExcluded(dDay)) {
+    if (WeeklyDaysRelative[weekday] && selected && !IsExcluded(dDay)) {
       aCandidates.push_back(CopyOf(dDay));
     }
     dDay.SetDay(dDay.Day() + step);
