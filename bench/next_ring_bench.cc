@@ -87,9 +87,9 @@ void NextRingExcluded(benchmark::State& state) {
   const SampleDomain domain({{"Exclusions", ExclusionText(kExclusions, kExclusions)}});
   const Ref<TLMAlarm> alarm = AlarmAt(AlarmTypeDate, 10, 45);
   for (int day = 0; day < kExclusions; ++day) {
-    const Ref<Date> excluded = New<Date>();
-    excluded->SetDay(excluded->Day() + day);
-    alarm->Exclusions.push_back(excluded);
+    Date excluded;
+    excluded.SetDay(excluded.Day() + day);
+    alarm->Exclusions.push_back(DayOf(excluded));
   }
   for (auto _ : state) {
     alarm->SetNextRingTime(nullptr);

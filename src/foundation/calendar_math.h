@@ -15,6 +15,8 @@ struct CivilDate {
   std::int64_t year;
   int month;  // 1 to 12
   int day;    // 1 to the length of the month
+
+  bool operator==(const CivilDate&) const = default;
 };
 
 constexpr bool IsLeapYear(std::int64_t year) noexcept {

@@ -151,6 +151,10 @@ class Date final : public Object {
   State state_;
 };
 
+inline CivilDate DayOf(const Date& date) {
+  return {.year = date.Year(), .month = date.Month(), .day = date.Day()};
+}
+
 using Dates = std::vector<Ref<Date>>;
 
 // A new Date on the same moment.

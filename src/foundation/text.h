@@ -33,13 +33,16 @@ bool IsNumeric(std::string_view text) noexcept;
 // written at '0'. A whole number has no point.
 std::string Format(double value, std::string_view mask);
 
-// The pieces between the delimiters, always one more than there are delimiters: an empty text is one
-// empty piece. An empty delimiter divides nothing.
+// The pieces between the delimiters, one more than there are delimiters; none of an empty text. An empty
+// delimiter divides nothing.
 std::vector<std::string_view> Split(std::string_view text, std::string_view delimiter);
 
 // Calls `act` with each of these pieces, in order.
 template <class Action>
 void ForEachPiece(std::string_view text, std::string_view delimiter, Action act) {
+  if (text.empty()) {
+    return;
+  }
   std::size_t at = delimiter.empty() ? std::string_view::npos : text.find(delimiter);
   while (at != std::string_view::npos) {
     act(text.substr(0, at));

@@ -59,14 +59,15 @@ void Reload() {
   }
 }
 
-Dates Exclusions_Get() {
+std::vector<CivilDate> Exclusions_Get() {
   const std::string text = CorePreferencesModified::GetPrefsStrValue("Exclusions", false);
   const std::vector<double> moments = GlobalMethods::SplitDoubleArrayZDN(text, ",");
-  Dates days;
+  std::vector<CivilDate> days;
   days.reserve(moments.size());
   for (const double seconds : moments) {
-    days.push_back(New<Date>());
-    days.back()->SetTotalSeconds(seconds);
+    Date moment;
+    moment.SetTotalSeconds(seconds);
+    days.push_back(DayOf(moment));
     Yield();
   }
   return days;

@@ -29,6 +29,6 @@ inline Ref<Dictionary> MasteRingHistory;
 void Reload();
 
 // The days on which no alarm rings, read afresh at each call; in the order of the stored text.
-Dates Exclusions_Get();
+std::vector<CivilDate> Exclusions_Get();
 
 }  // namespace tollmere::LocalPreferences

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "foundation/date.h"
 #include "foundation/dictionary.h"
@@ -78,7 +79,7 @@ class TLMAlarm {
   std::int32_t WeeklyDaysRelativeMonth = 0;
   bool PrivateAlarm = false;
   bool WeeklyDaysRelativeFromMonthEnd = false;  // occurrences are counted from the month's last day
-  Dates Exclusions;                             // whole days; the time of day has no meaning
+  std::vector<CivilDate> Exclusions;            // days on which it does not ring
   bool PowerManagerIntegration = false;
   Ref<Date> LastRungDateTime;  // Nil: not known to have rung
   bool IsPreset = false;       // never has a ring time and is never watched
@@ -104,8 +105,8 @@ class TLMAlarm {
   Dates SetNextRingTime_WeeklyRelativeOccursThisMonth(std::int32_t iMonth, std::int32_t iYear) const;
 
   // True when `d` lies on a day that the alarm's own list excludes, or the global one.
-  bool IsExcluded(const Date& d) const { return IsDayExcluded(d.Year(), d.Month(), d.Day()); }
-  bool IsDayExcluded(std::int32_t year, std::int32_t month, std::int32_t day) const;
+  bool IsExcluded(const Date& d) const { return IsDayExcluded(DayOf(d)); }
+  bool IsDayExcluded(CivilDate day) const;
 };
 
 }  // namespace tollmere

@@ -5,9 +5,9 @@
 namespace tollmere {
 namespace {
 
-bool HoldsDay(const Dates& days, std::int32_t year, std::int32_t month, std::int32_t day) {
-  for (const Ref<Date>& excluded : days) {
-    if (excluded->Year() == year && excluded->Month() == month && excluded->Day() == day) {
+bool HoldsDay(const std::vector<CivilDate>& days, CivilDate day) {
+  for (const CivilDate& excluded : days) {
+    if (excluded == day) {
       return true;
     }
     Yield();
@@ -17,10 +17,9 @@ bool HoldsDay(const Dates& days, std::int32_t year, std::int32_t month, std::int
 
 }  // namespace
 
-bool TLMAlarm::IsDayExcluded(std::int32_t year, std::int32_t month, std::int32_t day) const {
+bool TLMAlarm::IsDayExcluded(CivilDate day) const {
   // The global list is read, afresh, only when the alarm's own has not answered.
-  return HoldsDay(Exclusions, year, month, day) ||
-         HoldsDay(LocalPreferences::Exclusions_Get(), year, month, day);
+  return HoldsDay(Exclusions, day) || HoldsDay(LocalPreferences::Exclusions_Get(), day);
 }
 
 }  // namespace tollmere

@@ -83,7 +83,9 @@ void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   DateYear = LookupInt32(*d, "DateYear", now.Year());
   SetEnabled(LookupBoolean(*d, "Enabled", true));
   for (const double seconds : GlobalMethods::SplitDoubleArrayZDN(LookupString(*d, "Exclusions"), ",")) {
-    Exclusions.push_back(DateAt(seconds));
+    Date moment;
+    moment.SetTotalSeconds(seconds);
+    Exclusions.push_back(DayOf(moment));
     Yield();
   }
   Hour = LookupInt32(*d, "Hour", now.Hour());

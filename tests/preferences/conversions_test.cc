@@ -104,11 +104,9 @@ TEST_F(ConversionsTest, Readers) {
 TEST_F(ConversionsTest, GlobalExclusions) {
   Store(ListXml({}, "<key>Exclusions</key><string>3850000000,,x,3850086400.5</string>"));
   Sync();
-  std::string days;
-  for (const Ref<Date>& day : LocalPreferences::Exclusions_Get()) {
-    days += Text(day).substr(0, 10) + " ";
-  }
-  EXPECT_EQ(days, "2025-12-31 1904-01-01 1904-01-01 2026-01-01 ");
+  const CivilDate first = {1904, 1, 1};
+  EXPECT_EQ(LocalPreferences::Exclusions_Get(),
+            std::vector<CivilDate>({{2025, 12, 31}, first, first, {2026, 1, 1}}));
 }
 
 }  // namespace

@@ -173,6 +173,9 @@ std::string ProcessMBS::BundleID() const {
   constexpr std::size_t kEnoughOfCommand = 16'384;
   const std::string command = ReadHead(ProcessPath(process, "cmdline"), kEnoughOfCommand);
   const std::vector<std::string_view> arguments = Split(command, std::string_view("\0", 1));
+  if (arguments.empty()) {
+    return {};  // A process may have no arguments, not even its name.
+  }
   // The bundle's executable may be a link to a file elsewhere, and is then known by the name under which
   // it was started.
   const std::string name(arguments.front());
