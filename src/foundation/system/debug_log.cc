@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <new>
 
 #include "foundation/unicode.h"
 
@@ -19,6 +21,8 @@ bool EndsOrHidesLine(char32_t code_point) noexcept {
          code_point == 0x2029;
 }
 
+bool IsNotPlain(char c) noexcept { return c < ' ' || c > '~'; }
+
 void AppendEscape(const char* prefix, std::size_t digits, unsigned value, std::string& line) {
   line += prefix;
   for (std::size_t digit = digits; digit-- > 0;) {
@@ -27,10 +31,12 @@ void AppendEscape(const char* prefix, std::size_t digits, unsigned value, std::s
 }
 
 // The way to standard error that cannot block. A pipe or a terminal is opened once more, since to put the
-// inherited descriptor itself into non-blocking mode would change it for everyone who shares it.
+// inherited descriptor itself into non-blocking mode would change it for everyone who shares it. Where that
+// is refused, as it is after a change of user, a pipe can still be asked for room, but a terminal is not
+// written to: whether it takes a line without waiting cannot be known before.
 class LogStream {
  public:
-  void Write(const std::string& line) noexcept {
+  void Write(std::string_view line) noexcept {
     if (broken_off_) {
       // The last line was cut where the pipe was full. End it, or stay silent.
       if (WriteSome("\n") != 1) {
@@ -63,13 +69,15 @@ class LogStream {
     if (own_descriptor_ >= 0) {
       return write(own_descriptor_, bytes.data(), bytes.size());
     }
+    if (is_terminal_) {
+      return 0;
+    }
     pollfd polled{STDERR_FILENO, POLLOUT, 0};
     if (poll(&polled, 1, 0) != 1 || (polled.revents & POLLOUT) == 0) {
       return 0;
     }
     // A pipe that has room at all takes this much without waiting.
-    return write(STDERR_FILENO, bytes.data(),
-                 must_not_block_ ? std::min(bytes.size(), kAtomicWrite) : bytes.size());
+    return write(STDERR_FILENO, bytes.data(), is_pipe_ ? std::min(bytes.size(), kAtomicWrite) : bytes.size());
   }
 
   void Prepare() noexcept {
@@ -79,8 +87,9 @@ class LogStream {
       return;
     }
     is_socket_ = S_ISSOCK(status.st_mode);
-    must_not_block_ = S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode);
-    if (must_not_block_) {
+    is_pipe_ = S_ISFIFO(status.st_mode);
+    is_terminal_ = S_ISCHR(status.st_mode);
+    if (is_pipe_ || is_terminal_) {
       own_descriptor_ = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     }
   }
@@ -89,7 +98,8 @@ class LogStream {
 
   bool prepared_ = false;
   bool is_socket_ = false;
-  bool must_not_block_ = false;
+  bool is_pipe_ = false;
+  bool is_terminal_ = false;  // or another such device
   bool broken_off_ = false;
   int own_descriptor_ = -1;
 };
@@ -122,8 +132,14 @@ void System::DebugLog(std::string_view text) noexcept {
   static LogStream stream;
   try {
     stream.Write(EscapeForLog(text) + "\n");
-  } catch (...) {
-    return;  // No memory for a line is a line less.
+  } catch (const std::bad_alloc&) {
+    // What ends the process for want of memory is still named.
+    char line[128];
+    const std::size_t length = std::min(text.size(), sizeof line - 1);
+    std::replace_copy_if(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length), line, IsNotPlain,
+                         '?');
+    line[length] = '\n';
+    stream.Write({line, length + 1});
   }
 }
 

@@ -3,16 +3,18 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <ctime>
 #include <limits>
-#include <string>
 
 #include "foundation/system/debug_log.h"
+#include "foundation/system/descriptor.h"
 
 namespace tollmere {
 namespace {
@@ -39,17 +41,27 @@ sigset_t EndSignals() {
   return signals;
 }
 
+// Whoever starts the agent with one of the others ignored, as nohup does, means it to outlast them.
+bool IsToBeHandled(int signal) {
+  struct sigaction inherited = {};
+  sigaction(signal, nullptr, &inherited);
+  return signal == SIGTERM || inherited.sa_handler != SIG_IGN;
+}
+
 void PrepareSignals() {
   struct sigaction action = {};
   action.sa_handler = RequestEndOfProcess;
   for (const int signal : kEndSignals) {
+    if (IsToBeHandled(signal)) {
+      sigaction(signal, &action, nullptr);
+    }
+  }
+  // A log whose reader has gone away, or whose file is at its limit of size, is no reason to end, nor is a
+  // terminal that lets no background process write a reason to stand still.
+  action.sa_handler = SIG_IGN;
+  for (const int signal : {SIGPIPE, SIGXFSZ, SIGTTOU}) {
     sigaction(signal, &action, nullptr);
   }
-  // A log whose reader has gone away is no reason to end, nor is a terminal that lets no background
-  // process write a reason to stand still.
-  action.sa_handler = SIG_IGN;
-  sigaction(SIGPIPE, &action, nullptr);
-  sigaction(SIGTTOU, &action, nullptr);
   // The children that this process starts are waited for one by one; whoever started the agent may
   // have had other plans, and may have blocked the signals that end it.
   action.sa_handler = SIG_DFL;
@@ -76,8 +88,23 @@ void KeepMemoryBetweenTicks() {
   mallopt(M_TRIM_THRESHOLD, kKeptBytes);
 }
 
-void ReportUncaughtError(const char* name) {
-  System::DebugLog(std::string("Ended by an uncaught error: ") + name);
+// In a buffer of its own, since the error may be that there is no memory.
+void ReportUncaughtError(const char* name) noexcept {
+  char line[256];
+  std::snprintf(line, sizeof line, "Ended by an uncaught error: %s", name);
+  System::DebugLog(line);
+}
+
+timespec ToTimespec(std::int64_t nanoseconds) noexcept {
+  return {nanoseconds / kNanosecondsPerSecond, nanoseconds % kNanosecondsPerSecond};
+}
+
+// Can be read from that moment of MonotonicClock on. Not open where the system has no descriptor left.
+Descriptor TimerAt(std::int64_t moment) noexcept {
+  Descriptor timer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC));
+  const itimerspec setting{{}, ToTimespec(std::max<std::int64_t>(moment, 1))};  // 0 would switch it off
+  timerfd_settime(timer.Get(), TFD_TIMER_ABSTIME, &setting, nullptr);
+  return timer;
 }
 
 }  // namespace
@@ -89,16 +116,17 @@ std::int64_t MonotonicClock() noexcept {
 }
 
 void WaitForDescriptor(int descriptor, std::int64_t until) {
+  // A process that is stopped and continued again and again would begin a length of time anew each time.
+  const Descriptor timer = TimerAt(until);
+  const timespec left = ToTimespec(std::max<std::int64_t>(until - MonotonicClock(), 0));
   // With the signals held back from the look at the flag to the wait, none can fall in between and
   // go unnoticed until the wait is over.
   const sigset_t signals = EndSignals();
   sigset_t previous;
   sigprocmask(SIG_BLOCK, &signals, &previous);
   if (!ProcessEnd::IsRequested()) {
-    const std::int64_t left = std::max<std::int64_t>(until - MonotonicClock(), 0);
-    const timespec timeout{left / kNanosecondsPerSecond, left % kNanosecondsPerSecond};
-    pollfd polled{descriptor, POLLIN, 0};
-    ppoll(&polled, descriptor >= 0 ? 1 : 0, &timeout, &previous);
+    pollfd polled[] = {{descriptor, POLLIN, 0}, {timer.Get(), POLLIN, 0}};  // -1 is passed over
+    ppoll(polled, std::size(polled), timer.IsOpen() ? nullptr : &left, &previous);
   }
   sigprocmask(SIG_SETMASK, &previous, nullptr);
 }

@@ -12,12 +12,6 @@
 namespace tollmere {
 namespace {
 
-std::string DomainPath(const std::string& domain) {
-  const char* folder = std::getenv("XDG_CONFIG_HOME");
-  const bool is_usable = folder != nullptr && *folder == '/';
-  return (is_usable ? std::string(folder) : HomeFolder() + "/.config") + "/" + domain + ".plist";
-}
-
 // A link that leads nowhere is a file that cannot be read, and not the absence of one.
 bool IsAbsent(const std::string& path, int error) noexcept {
   struct stat status {};
@@ -25,6 +19,12 @@ bool IsAbsent(const std::string& path, int error) noexcept {
 }
 
 }  // namespace
+
+std::string DomainPath(const std::string& domain) {
+  const char* folder = std::getenv("XDG_CONFIG_HOME");
+  const bool is_usable = folder != nullptr && *folder == '/';
+  return (is_usable ? std::string(folder) : HomeFolder() + "/.config") + "/" + domain + ".plist";
+}
 
 Ref<CFObjectMBS> CFPreferencesMBS::CopyAppValue(const Ref<CFStringMBS>& key,
                                                 const Ref<CFStringMBS>& application_id) {

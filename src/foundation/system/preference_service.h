@@ -10,9 +10,12 @@
 
 namespace tollmere {
 
+// The file of the domain "a.b.c": "a.b.c.plist" in $XDG_CONFIG_HOME, or in "~/.config" where that
+// variable is unset or no absolute path.
+std::string DomainPath(const std::string& domain);
+
 // A handle on the store of the current user, with a view of each domain as it was when it was last
-// refreshed. The domain "a.b.c" is the file "a.b.c.plist" in $XDG_CONFIG_HOME, or in "~/.config" where
-// that variable is unset or no absolute path.
+// refreshed.
 class CFPreferencesMBS final : public Object {
  public:
   // Where settings of the user on every machine lie. There is no other place here.
