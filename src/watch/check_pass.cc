@@ -55,19 +55,31 @@ void WalkTo(const Date& target) {
   } while (walk->WholeSeconds() != target.WholeSeconds());
 }
 
-// Has one watched alarm ring if the moment under test is its own. `d` is the walked second, or Nil.
-void CheckAlarm(TLMAlarm& alarm, const Ref<Date>& d) {
-  if (alarm.IsPreset || !alarm.Enabled()) {
-    return;
-  }
-  Date test;  // The present moment is taken anew for each alarm.
+// What is compared with the rings of an alarm: the second under test, and the minute that it lies in. Both
+// are whole TotalSeconds.
+struct UnderTest {
+  double second;
+  double minute;
+};
+
+// `d` is the walked second, or Nil for the present moment.
+UnderTest MomentUnderTest(const Ref<Date>& d) {
+  Date test;
   if (d != nullptr) {
     test.SetTotalSeconds(d->TotalSeconds());
   }
-  if (alarm.Type != AlarmTypeTimer) {
-    test.SetSecond(0);
+  const double second = test.WholeSeconds();
+  test.SetSecond(0);
+  return {second, test.WholeSeconds()};
+}
+
+// Has one watched alarm ring if the moment under test is its own.
+void CheckAlarm(TLMAlarm& alarm, const UnderTest& moment) {
+  if (alarm.IsPreset || !alarm.Enabled()) {
+    return;
   }
-  if (alarm.LastRungDateTime != nullptr && alarm.LastRungDateTime->WholeSeconds() == test.WholeSeconds()) {
+  const double test = alarm.Type != AlarmTypeTimer ? moment.minute : moment.second;
+  if (alarm.LastRungDateTime != nullptr && alarm.LastRungDateTime->WholeSeconds() == test) {
     return;  // It has rung in this minute.
   }
   if (alarm.NextRingDateTime == nullptr) {
@@ -76,11 +88,11 @@ void CheckAlarm(TLMAlarm& alarm, const Ref<Date>& d) {
       alarm.SetEnabled(false);
       alarm.Execute(false, false);
     }
-  } else if (alarm.NextRingDateTime->WholeSeconds() < test.WholeSeconds()) {
+  } else if (alarm.NextRingDateTime->WholeSeconds() < test) {
     if (RingPastAlarms()) {
       alarm.Execute(false, false);
     }
-  } else if (alarm.NextRingDateTime->WholeSeconds() == test.WholeSeconds()) {
+  } else if (alarm.NextRingDateTime->WholeSeconds() == test) {
     alarm.Execute(false, false);
   }
 }
@@ -100,8 +112,10 @@ void CheckAlarmsTimer::CheckAlarms(const Ref<Date>& d) {
 
   const std::vector<Ref<TLMAlarm>>& alarms = LocalPreferences::xAlarmArray;
   const std::size_t count = alarms.size();
+  const UnderTest walked = MomentUnderTest(d);
   for (std::size_t i = 0; i < count; ++i) {
-    CheckAlarm(*alarms[i], d);
+    // The present moment is taken anew for each alarm; a walked second is the same for all.
+    CheckAlarm(*alarms[i], d != nullptr ? walked : MomentUnderTest(nullptr));
     Yield();
   }
 
