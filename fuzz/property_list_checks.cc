@@ -33,12 +33,17 @@ class Walk {
     std::size_t height;  // containers within one another
   };
 
+  // A key that is no text is written as what it is, which no reader takes for a key.
+  bool HasOnlyTextKeys() const { return has_only_text_keys_; }
+
   Extent Through(const CFObjectMBS& object) {
     Expect(!object.TypeDescription().empty(), "an object has a type");
     switch (object.Kind()) {
-      case CFObjectMBS::TypeId::kString:
-        Expect(IsUtf8(static_cast<const CFStringMBS&>(object).str()), "a text is UTF-8");
+      case CFObjectMBS::TypeId::kString: {
+        const std::string& text = static_cast<const CFStringMBS&>(object).str();
+        Expect(ValidUtf8Length(text) == text.size(), "a text is UTF-8");
         return {1, 0};
+      }
       case CFObjectMBS::TypeId::kArray:
       case CFObjectMBS::TypeId::kDictionary:
         return Remembered(object);
@@ -64,8 +69,9 @@ class Walk {
         add(array.Item(i));
       }
     } else {
-      const CFDictionaryListMBS& list = *static_cast<const CFDictionaryMBS&>(container).List();
+      const CFDictionaryListMBS& list = static_cast<const CFDictionaryMBS&>(container).List();
       for (std::size_t i = 0; i < list.Count(); ++i) {
+        has_only_text_keys_ = has_only_text_keys_ && IsA<CFStringMBS>(list.Key(i));
         add(list.Key(i));
         add(list.Value(i));
       }
@@ -75,6 +81,7 @@ class Walk {
   }
 
   std::unordered_map<const CFObjectMBS*, Extent> extents_;
+  bool has_only_text_keys_ = true;
 };
 
 // The text as XML can carry it: there is no way to write NUL.
@@ -99,16 +106,10 @@ double CarriedDate(double seconds) {
 
 bool Same(const CFObjectMBS& written, const CFObjectMBS& read);
 
-// A key that is no text is written as the empty one.
-bool SameKey(const Ref<CFObjectMBS>& written, const Ref<CFObjectMBS>& read) {
-  const std::string expected = IsA<CFStringMBS>(written) ? Carried(Cast<CFStringMBS>(written)->str()) : "";
-  return IsA<CFStringMBS>(read) && Cast<CFStringMBS>(read)->str() == expected;
-}
-
 bool SameList(const CFDictionaryListMBS& written, const CFDictionaryListMBS& read) {
   bool same = written.Count() == read.Count();
   for (std::size_t i = 0; same && i < written.Count(); ++i) {
-    same = SameKey(written.Key(i), read.Key(i)) && Same(*written.Value(i), *read.Value(i));
+    same = Same(*written.Key(i), *read.Key(i)) && Same(*written.Value(i), *read.Value(i));
   }
   return same;
 }
@@ -145,7 +146,7 @@ bool Same(const CFObjectMBS& written, const CFObjectMBS& read) {
     case CFObjectMBS::TypeId::kArray:
       return SameArray(As<CFArrayMBS>(written), As<CFArrayMBS>(read));
     case CFObjectMBS::TypeId::kDictionary:
-      return SameList(*As<CFDictionaryMBS>(written).List(), *As<CFDictionaryMBS>(read).List());
+      return SameList(As<CFDictionaryMBS>(written).List(), As<CFDictionaryMBS>(read).List());
   }
   return false;
 }
@@ -157,11 +158,12 @@ void CheckPropertyList(std::string_view bytes) {
   if (object == nullptr) {
     return;
   }
-  const Walk::Extent extent = Walk().Through(*object);
+  Walk walk;
+  const Walk::Extent extent = walk.Through(*object);
   Expect(extent.objects <= kMaxPropertyListObjects, "no more objects than the limit");
   Expect(extent.height <= kMaxPropertyListDepth, "no deeper than the limit");
   const std::string xml = object->XML(kMostXml)->Str();
-  if (xml.size() >= kMostXml) {
+  if (xml.size() >= kMostXml || !walk.HasOnlyTextKeys()) {
     return;
   }
   const Ref<CFObjectMBS> again = ParsePropertyList(xml);

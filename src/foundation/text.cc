@@ -66,9 +66,6 @@ std::string Str(std::int32_t value) { return std::to_string(value); }
 
 std::string Str(double value) {
   char buffer[kLongestNumber];
-  if (value == 0.0) {
-    return "0";
-  }
   const bool plain = std::trunc(value) == value && std::fabs(value) < kWholeWithoutExponent;
   const std::to_chars_result result =
       plain ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed)

@@ -56,15 +56,16 @@ DecodedCharacter DecodeUtf8(std::string_view text) noexcept {
   return {code_point, length, true};
 }
 
-bool IsUtf8(std::string_view text) noexcept {
-  for (std::size_t at = AsciiRun(text, 0); at < text.size(); at = AsciiRun(text, at)) {
+std::size_t ValidUtf8Length(std::string_view text) noexcept {
+  std::size_t at = AsciiRun(text, 0);
+  while (at < text.size()) {
     const DecodedCharacter character = DecodeUtf8(text.substr(at));
     if (!character.valid) {
-      return false;
+      break;
     }
-    at += character.length;
+    at = AsciiRun(text, at + character.length);
   }
-  return true;
+  return at;
 }
 
 std::string RepairUtf8(std::string_view text) {

@@ -20,8 +20,8 @@ struct DecodedCharacter {
 // points above U+10FFFF are not valid.
 DecodedCharacter DecodeUtf8(std::string_view text) noexcept;
 
-// True when all of the text is valid UTF-8.
-bool IsUtf8(std::string_view text) noexcept;
+// How many bytes stand before the first one that is not valid UTF-8.
+std::size_t ValidUtf8Length(std::string_view text) noexcept;
 
 // The text with every bad byte replaced by U+FFFD.
 std::string RepairUtf8(std::string_view text);

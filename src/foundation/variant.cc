@@ -83,8 +83,7 @@ bool VariantToBoolean(const Variant& value) noexcept {
   if (const auto* text = value.If<std::string>()) {
     return !IsFalseWord(*text) && !(IsNumeric(*text) && Val(*text) == 0.0);
   }
-  const double number = VariantToDouble(value);
-  return number < 0.0 || number > 0.0;
+  return VariantToDouble(value) != 0.0;
 }
 
 Ref<Object> VariantToObject(const Variant& value) noexcept {

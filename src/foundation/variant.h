@@ -59,7 +59,7 @@ std::string VariantToString(const Variant& value);
 std::int32_t VariantToInt32(const Variant& value) noexcept;
 // The double; of an integer the same number, of a text its Val, of a boolean 1 or 0; 0 for the rest.
 double VariantToDouble(const Variant& value) noexcept;
-// The boolean; of a number whether it differs from 0 (NaN does not count); of a text False for "", "false",
+// The boolean; of a number whether it differs from 0, as NaN does; of a text False for "", "false",
 // "no", "off" in any case and for what reads as 0, else True; False for an object and for Nil.
 bool VariantToBoolean(const Variant& value) noexcept;
 // The object, or Nil for every other kind.

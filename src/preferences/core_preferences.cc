@@ -94,13 +94,13 @@ std::vector<Ref<Dictionary>> GetPrefsDictionariesValue(std::string_view key) {
   return dictionaries;
 }
 
-Ref<Dictionary> RBDictFromCFDict(const Ref<CFDictionaryListMBS>& list) {
+Ref<Dictionary> RBDictFromCFDict(const CFDictionaryListMBS& list) {
   Ref<Dictionary> dictionary = New<Dictionary>();
-  const std::size_t count = list->Count();
+  const std::size_t count = list.Count();
   dictionary->Reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
-    const Variant key = TextOf(list->Key(i));
-    const Ref<CFObjectMBS>& value = list->Value(i);
+    const Variant key = TextOf(list.Key(i));
+    const Ref<CFObjectMBS>& value = list.Value(i);
     if (const auto* text = If<CFStringMBS>(value)) {
       dictionary->SetValue(key, StringToVariant(SharedText(value, *text)));
     } else if (const auto* number = If<CFNumberMBS>(value)) {

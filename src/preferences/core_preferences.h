@@ -44,6 +44,6 @@ std::vector<Ref<Dictionary>> GetPrefsDictionariesValue(std::string_view key);
 // A new dictionary with the stored entries: texts, numbers (all as doubles), booleans, dictionaries, arrays
 // of dictionaries. A value of another kind is left out and logged. An array item that is no dictionary throws
 // IllegalCastException.
-Ref<Dictionary> RBDictFromCFDict(const Ref<CFDictionaryListMBS>& list);
+Ref<Dictionary> RBDictFromCFDict(const CFDictionaryListMBS& list);
 
 }  // namespace tollmere::CorePreferencesModified

@@ -5,13 +5,11 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <optional>
-#include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
-#include "foundation/property_list/formats.h"
-#include "foundation/property_list/property_list.h"
+#include "foundation/property_list/reading.h"
 #include "foundation/unicode.h"
 #include "foundation/yield.h"
 
@@ -23,53 +21,72 @@ constexpr std::size_t kTrailerSize = 32;
 
 class BinaryReader {
  public:
-  explicit BinaryReader(std::string_view bytes) : bytes_(bytes) { ReadTrailer(); }
+  explicit BinaryReader(std::string_view bytes) : bytes_(bytes) {}
 
-  Ref<CFObjectMBS> ReadTop() { return Read(top_, 0).object; }
+  Ref<CFObjectMBS> ReadTop() {
+    try {
+      ReadTrailer();
+      builder_.CountObjects(1);
+      return Read(top_, 0).object;
+    } catch (MalformedPropertyList& malformed) {
+      malformed.place = "byte " + std::to_string(at_);
+      throw;
+    }
+  }
 
  private:
   // An object that has been read, with what it counts towards the limits wherever it is referred to.
   struct Node {
     Ref<CFObjectMBS> object;
-    std::uint32_t walk_count = 0;  // objects that a walk through it meets, itself included
-    std::uint32_t walk_bytes = 0;  // of text and data in them, as long as they are in the file
-    std::uint16_t height = 0;      // containers within one another, from this one down
+    std::uint32_t objects = 0;  // that a walk through it meets, itself included
+    std::uint32_t bytes = 0;    // of text and data in them, in the form that they have in the file
+    std::uint16_t height = 0;   // containers within one another, from this one down
     bool being_read = false;
   };
 
+  // Where the content of an object begins, and how many units it has.
   struct Body {
     std::size_t at;
     std::uint64_t count;
   };
 
   void ReadTrailer() {
-    if (bytes_.size() < kHeadSize + kTrailerSize) {
-      throw MalformedPropertyList();
-    }
+    Require(bytes_.size() >= kHeadSize + kTrailerSize);
     const std::size_t trailer = bytes_.size() - kTrailerSize;
+    at_ = trailer;
     offset_size_ = static_cast<std::size_t>(Number(trailer + 6, 1));
     reference_size_ = static_cast<std::size_t>(Number(trailer + 7, 1));
     const std::uint64_t count = Number(trailer + 8, 8);
     const std::uint64_t top = Number(trailer + 16, 8);
     const std::uint64_t table = Number(trailer + 24, 8);
     Require(offset_size_ >= 1 && offset_size_ <= 8 && reference_size_ >= 1 && reference_size_ <= 8);
-    Require(top < count && count <= kMaxPropertyListObjects);
-    Require(table >= kHeadSize && table <= trailer && count <= (trailer - table) / offset_size_);
+    Require(top < count && table >= kHeadSize && table <= trailer &&
+            count <= (trailer - table) / offset_size_);
+    PropertyListBuilder().CountObjects(static_cast<std::size_t>(count));
     table_ = static_cast<std::size_t>(table);
     top_ = static_cast<std::size_t>(top);
     nodes_.resize(static_cast<std::size_t>(count));
   }
 
+  // Whoever refers to the object has counted it as one.
   const Node& Read(std::size_t index, std::size_t depth) {
     Node& node = nodes_[index];  // The table never grows, so the reference stays good.
     Require(!node.being_read);   // else it contains itself
     if (node.object == nullptr) {
+      const std::size_t objects_before = builder_.Objects() - 1;
+      const std::size_t bytes_before = builder_.Bytes();
       node.being_read = true;
-      ReadObject(node, Offset(index), depth);
+      at_ = Offset(index);
+      ReadObject(node, at_, depth);
       node.being_read = false;
       Yield();
+      node.objects = static_cast<std::uint32_t>(builder_.Objects() - objects_before);
+      node.bytes = static_cast<std::uint32_t>(builder_.Bytes() - bytes_before);
+    } else {
+      builder_.CountObjects(node.objects - 1);
+      builder_.CountBytes(node.bytes);
     }
-    Require(depth + node.height <= kMaxPropertyListDepth);
+    PropertyListBuilder::CheckDepth(depth + node.height);
     return node;
   }
 
@@ -77,11 +94,10 @@ class BinaryReader {
     const std::uint64_t marker = Number(at, 1);
     const auto kind = static_cast<unsigned>(marker >> 4U);
     const auto low = static_cast<unsigned>(marker & 15U);
-    node.walk_count = 1;
     switch (kind) {
       case 0x0:
         Require(marker == 0x08 || marker == 0x09);
-        node.object = Flag(marker == 0x09);
+        node.object = builder_.Flag(marker == 0x09);
         break;
       case 0x1:
         Require(low <= 4);
@@ -96,14 +112,13 @@ class BinaryReader {
         node.object = New<CFDateMBS>(Real(at + 1, 8));
         break;
       case 0x4:
-        node.object = New<CFBinaryDataMBS>(std::string(Content(node, BodyOf(at, low), 1)));
+        node.object = New<CFBinaryDataMBS>(std::string(Content(BodyOf(at, low), 1)));
         break;
       case 0x5:
-        node.object = New<CFStringMBS>(Ascii(Content(node, BodyOf(at, low), 1)));
+        node.object = New<CFStringMBS>(Ascii(Content(BodyOf(at, low), 1)));
         break;
       case 0x6:
-        node.object =
-            New<CFStringMBS>(Utf8FromUtf16(Content(node, BodyOf(at, low), 2), ByteOrder::kBigEndian));
+        node.object = New<CFStringMBS>(Utf8FromUtf16(Content(BodyOf(at, low), 2), ByteOrder::kBigEndian));
         break;
       case 0x8:
         ReadUid(node, at, low + 1);
@@ -115,26 +130,23 @@ class BinaryReader {
         ReadDictionary(node, BodyOf(at, low), depth);
         break;
       default:
-        throw MalformedPropertyList();
+        ThrowMalformed(nullptr);
     }
   }
 
   // A number that stands for an object elsewhere, in the form that it has in XML.
-  static void SetUid(Node& node, double value) {
+  void ReadUid(Node& node, std::size_t at, std::size_t size) {
+    Require(size <= 8);
+    builder_.CountObjects(2);
     std::vector<CFDictionaryListMBS::Entry> entries;
-    entries.emplace_back(NewCFStringMBS("CF$UID"), New<CFNumberMBS>(value, true));
+    entries.emplace_back(NewCFStringMBS("CF$UID"),
+                         New<CFNumberMBS>(static_cast<double>(Number(at + 1, size)), true));
     node.object = New<CFDictionaryMBS>(std::move(entries));
-    node.walk_count = 3;
     node.height = 1;
   }
 
-  void ReadUid(Node& node, std::size_t at, std::size_t size) {
-    Require(size <= 8);
-    SetUid(node, static_cast<double>(Number(at + 1, size)));
-  }
-
   void ReadArray(Node& node, Body body, std::size_t depth) {
-    const std::size_t count = CountOfReferences(body, 1, depth);
+    const std::size_t count = CountReferences(body, 1, depth);
     std::vector<Ref<CFObjectMBS>> items;
     items.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
@@ -144,16 +156,14 @@ class BinaryReader {
   }
 
   void ReadDictionary(Node& node, Body body, std::size_t depth) {
-    const std::size_t count = CountOfReferences(body, 2, depth);
-    // The entries of all open dictionaries stand one behind the other until each has all of its own.
-    const std::size_t first = open_entries_.size();
+    const std::size_t count = CountReferences(body, 2, depth);
+    std::vector<CFDictionaryListMBS::Entry> entries;
+    entries.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-      Ref<CFObjectMBS> key = ReadWithin(node, body.at + i * reference_size_, depth);
-      Ref<CFObjectMBS> value = ReadWithin(node, body.at + (count + i) * reference_size_, depth);
-      open_entries_.emplace_back(std::move(key), std::move(value));
+      entries.push_back({ReadWithin(node, body.at + i * reference_size_, depth),
+                         ReadWithin(node, body.at + (count + i) * reference_size_, depth)});
     }
-    node.object = dictionaries_.Make(std::span(open_entries_).subspan(first));
-    open_entries_.resize(first);
+    node.object = New<CFDictionaryMBS>(std::move(entries));
   }
 
   // The object that the reference at `at` names, as a part of `container`, which stands at `depth`.
@@ -161,22 +171,16 @@ class BinaryReader {
     const std::uint64_t index = Number(at, reference_size_);
     Require(index < nodes_.size());
     const Node& part = Read(static_cast<std::size_t>(index), depth + 1);
-    container.walk_count += part.walk_count;  // Both are at most a million.
-    Require(container.walk_count <= kMaxPropertyListObjects);
-    container.walk_bytes += part.walk_bytes;  // Both are at most 16 MiB.
-    Require(container.walk_bytes <= kMaxPropertyListBytes);
     container.height = std::max<std::uint16_t>(container.height, part.height + 1);
     return part.object;
   }
 
-  // How many items a container with `references` references to each has, once it is sure that they
-  // are there and that its depth is within the limit.
-  std::size_t CountOfReferences(Body body, std::size_t references, std::size_t depth) {
-    Require(depth < kMaxPropertyListDepth);
+  // How many items a container with `references` references to each has. It counts them as objects before any
+  // memory is taken for them.
+  std::size_t CountReferences(Body body, std::size_t references, std::size_t depth) {
+    PropertyListBuilder::CheckDepth(depth + 1);
     Require(body.count <= (bytes_.size() - body.at) / (reference_size_ * references));
-    // A walk meets each of them at least once, so no list within the limit has more in all its containers.
-    Require(body.count * references <= references_left_);
-    references_left_ -= static_cast<std::size_t>(body.count) * references;
+    builder_.CountObjects(static_cast<std::size_t>(body.count) * references);
     return static_cast<std::size_t>(body.count);
   }
 
@@ -192,13 +196,13 @@ class BinaryReader {
     return {at + 2 + size, Number(at + 2, size)};
   }
 
-  std::string_view Content(Node& node, Body body, std::size_t unit_size) {
+  std::string_view Content(Body body, std::size_t unit_size) {
     Require(body.at <= bytes_.size() && body.count <= (bytes_.size() - body.at) / unit_size);
     const std::string_view content = bytes_.substr(body.at, static_cast<std::size_t>(body.count) * unit_size);
-    // Objects that lie over one another could each have the length of the whole file.
+    // Overlapping objects could each have the length of the whole file.
     Require(content.size() <= content_left_);
     content_left_ -= content.size();
-    node.walk_bytes = static_cast<std::uint32_t>(content.size());
+    builder_.CountBytes(content.size());
     return content;
   }
 
@@ -241,35 +245,18 @@ class BinaryReader {
   }
 
   static std::string Ascii(std::string_view text) {
-    return IsUtf8(text) ? std::string(text) : RepairUtf8(text);
-  }
-
-  // The two flags are among the commonest objects: one of each will do.
-  const Ref<CFObjectMBS>& Flag(bool value) {
-    Ref<CFObjectMBS>& flag = flags_[value ? 1 : 0];
-    if (flag == nullptr) {
-      flag = New<CFBooleanMBS>(value);
-    }
-    return flag;
-  }
-
-  static void Require(bool holds) {
-    if (!holds) {
-      throw MalformedPropertyList();
-    }
+    return ValidUtf8Length(text) == text.size() ? std::string(text) : RepairUtf8(text);
   }
 
   std::string_view bytes_;
   std::size_t content_left_ = bytes_.size();  // bytes of text and data that may still be read
-  std::size_t references_left_ = kMaxPropertyListObjects;
+  std::size_t at_ = 0;                        // of the object that was begun last
   std::size_t offset_size_ = 0;
   std::size_t reference_size_ = 0;
   std::size_t table_ = 0;
   std::size_t top_ = 0;
   std::vector<Node> nodes_;
-  std::vector<CFDictionaryListMBS::Entry> open_entries_;
-  DictionaryMaker dictionaries_;
-  Ref<CFObjectMBS> flags_[2];
+  PropertyListBuilder builder_;
 };
 
 }  // namespace

@@ -9,26 +9,26 @@
 
 namespace tollmere {
 
-// What a property list may be at the most. Whatever is larger is refused, whole.
+// The limits of a property list. A list over one of them is refused as a whole.
 inline constexpr std::size_t kMaxPropertyListBytes = std::size_t{16} * 1024 * 1024;
 // Arrays and dictionaries within one another.
 inline constexpr std::size_t kMaxPropertyListDepth = 512;
 // Objects, keys included, as a walk through the whole list meets them: an object that a binary list
-// refers to twice counts twice, with all that is in it. Their texts and data, counted alike, are no longer
-// than a file may be.
+// refers to twice counts twice, with all that is in it. Their texts and data, counted likewise, are at most
+// kMaxPropertyListBytes.
 inline constexpr std::size_t kMaxPropertyListObjects = 1'000'000;
 
-// The object that `bytes` hold as an XML or a binary property list, which is told by their content;
-// Nil when they are no well-formed property list of either kind or go over a limit. Every input has
-// one of these outcomes, in memory and time proportional to its size. Throws EndOfProcess, as Yield does.
+// The object that `bytes` hold as an XML or a binary property list; their content tells which. Nil when they
+// are neither, or over a limit: `problem`, if it is not null, then says which, and at which line or byte.
+// Every input has one of these outcomes, in memory and time proportional to its size. Throws EndOfProcess.
 //
-// XML comes in UTF-8, or in UTF-16 where the first bytes show it. Of entities only the five predefined
-// ones and character references are known; others make the list malformed. In a binary list a
-// malformed text is repaired with U+FFFD; objects may lie over one another only as far as their texts and
-// data together are no longer than the file.
-Ref<CFObjectMBS> ParsePropertyList(std::string_view bytes);
+// XML is UTF-8, or UTF-16 if the first bytes show it. Only the five predefined entities and character
+// references are known; others make the list malformed. In a binary list a malformed text is repaired with
+// U+FFFD, and objects may overlap only as long as their texts and data are together no longer than the file.
+Ref<CFObjectMBS> ParsePropertyList(std::string_view bytes, std::string* problem = nullptr);
 
-// The object as a property list in XML. At least `at_most` bytes of it, if it has as many.
+// The object as a property list in XML. If that is longer than `at_most` bytes, it may be cut short anywhere
+// after them.
 std::string WriteXmlPropertyList(const CFObjectMBS& object, std::size_t at_most);
 
 }  // namespace tollmere

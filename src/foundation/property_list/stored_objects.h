@@ -25,8 +25,8 @@ class CFObjectMBS : public Object {
   std::int32_t Type() const noexcept { return static_cast<std::int32_t>(type_); }
   // "CFString", "CFNumber", "CFBoolean", "CFData", "CFDate", "CFArray" or "CFDictionary".
   std::string TypeDescription() const;
-  // The object written as a property list in XML. No more than `at_most` bytes of it need be made:
-  // who shows the beginning of a large object does not pay for the whole.
+  // The object written as a property list in XML. If that is longer than `at_most` bytes, it may be cut short
+  // anywhere after them.
   Ref<CFBinaryDataMBS> XML(std::size_t at_most = std::numeric_limits<std::size_t>::max()) const;
 
   TypeId Kind() const noexcept { return type_; }
@@ -41,8 +41,6 @@ class CFObjectMBS : public Object {
 // A text, in UTF-8.
 class CFStringMBS final : public CFObjectMBS {
  public:
-  static constexpr TypeId kKind = TypeId::kString;
-
   explicit CFStringMBS(std::string text) : CFObjectMBS(TypeId::kString), text_(std::move(text)) {}
   const std::string& str() const noexcept { return text_; }
 
@@ -61,8 +59,6 @@ inline Ref<CFStringMBS> NewCFStringMBS(std::string text) { return New<CFStringMB
 // A number of whatever stored width.
 class CFNumberMBS final : public CFObjectMBS {
  public:
-  static constexpr TypeId kKind = TypeId::kNumber;
-
   explicit CFNumberMBS(double value, bool is_integer = false) noexcept
       : CFObjectMBS(TypeId::kNumber), value_(value), is_integer_(is_integer) {}
   double doubleValue() const noexcept { return value_; }
@@ -76,8 +72,6 @@ class CFNumberMBS final : public CFObjectMBS {
 
 class CFBooleanMBS final : public CFObjectMBS {
  public:
-  static constexpr TypeId kKind = TypeId::kBoolean;
-
   explicit CFBooleanMBS(bool value) noexcept : CFObjectMBS(TypeId::kBoolean), value_(value) {}
   bool Value() const noexcept { return value_; }
 
@@ -87,8 +81,6 @@ class CFBooleanMBS final : public CFObjectMBS {
 
 class CFBinaryDataMBS final : public CFObjectMBS {
  public:
-  static constexpr TypeId kKind = TypeId::kData;
-
   explicit CFBinaryDataMBS(std::string bytes) : CFObjectMBS(TypeId::kData), bytes_(std::move(bytes)) {}
   // All its bytes.
   const std::string& Str() const noexcept { return bytes_; }
@@ -100,8 +92,6 @@ class CFBinaryDataMBS final : public CFObjectMBS {
 // A moment in seconds since 1 January 2001, 00:00:00 UTC; any double.
 class CFDateMBS final : public CFObjectMBS {
  public:
-  static constexpr TypeId kKind = TypeId::kDate;
-
   explicit CFDateMBS(double seconds) noexcept : CFObjectMBS(TypeId::kDate), seconds_(seconds) {}
   double AbsoluteTime() const noexcept { return seconds_; }
 
@@ -111,8 +101,6 @@ class CFDateMBS final : public CFObjectMBS {
 
 class CFArrayMBS final : public CFObjectMBS {
  public:
-  static constexpr TypeId kKind = TypeId::kArray;
-
   explicit CFArrayMBS(std::vector<Ref<CFObjectMBS>> items)
       : CFObjectMBS(TypeId::kArray), items_(std::move(items)) {}
   std::size_t Count() const noexcept { return items_.size(); }
@@ -125,7 +113,7 @@ class CFArrayMBS final : public CFObjectMBS {
 
 // The entries of a dictionary in the order in which they are stored. A key may occur twice: the later
 // entry is the one that counts.
-class CFDictionaryListMBS final : public Object {
+class CFDictionaryListMBS {
  public:
   using Entry = std::pair<Ref<CFObjectMBS>, Ref<CFObjectMBS>>;
   explicit CFDictionaryListMBS(std::vector<Entry> entries) : entries_(std::move(entries)) {}
@@ -138,19 +126,14 @@ class CFDictionaryListMBS final : public Object {
   const std::vector<Entry> entries_;
 };
 
-class CFDictionaryMBS final : public CFObjectMBS, public std::enable_shared_from_this<CFDictionaryMBS> {
+class CFDictionaryMBS final : public CFObjectMBS {
  public:
-  static constexpr TypeId kKind = TypeId::kDictionary;
-
   explicit CFDictionaryMBS(std::vector<CFDictionaryListMBS::Entry> entries)
       : CFObjectMBS(TypeId::kDictionary), list_(std::move(entries)) {}
-  // Lives within the dictionary and holds on to it.
-  Ref<CFDictionaryListMBS> List() const {
-    return Ref<CFDictionaryListMBS>(std::shared_ptr<CFDictionaryListMBS>(shared_from_this(), &list_));
-  }
+  const CFDictionaryListMBS& List() const noexcept { return list_; }
 
  private:
-  mutable CFDictionaryListMBS list_;  // which nothing can change
+  const CFDictionaryListMBS list_;
 };
 
 }  // namespace tollmere

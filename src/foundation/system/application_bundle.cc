@@ -44,7 +44,7 @@ ApplicationBundle ReadApplicationBundle(const std::string& folder) {
     bundle.error = ENOEXEC;
     return bundle;
   }
-  const CFDictionaryListMBS& list = *Cast<CFDictionaryMBS>(info)->List();
+  const CFDictionaryListMBS& list = Cast<CFDictionaryMBS>(info)->List();
   bundle.identifier = TextUnder("CFBundleIdentifier", list);
   const std::string executable = TextUnder("CFBundleExecutable", list);
   if (IsFileName(executable)) {

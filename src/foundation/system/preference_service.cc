@@ -76,7 +76,7 @@ void CFPreferencesMBS::Show(View& view, Ref<CFDictionaryMBS> root) {
   if (view.root == nullptr) {
     return;
   }
-  const CFDictionaryListMBS& list = *view.root->List();
+  const CFDictionaryListMBS& list = view.root->List();
   for (std::size_t i = 0; i < list.Count(); ++i) {
     if (IsA<CFStringMBS>(list.Key(i))) {
       view.values[static_cast<const CFStringMBS&>(*list.Key(i)).str()] = &list.Value(i);
