@@ -16,10 +16,6 @@
 namespace tollmere::testing {
 namespace {
 
-std::string Number(const Ref<Date>& date) {
-  return date != nullptr ? std::to_string(date->TotalSeconds()) : "Nil";
-}
-
 // Says at each ring how far the walk has come. One that fails leaves the walk in its midst.
 struct LoggingAlarm final : TLMAlarm {
   void Execute(bool first, bool second) override {
@@ -51,16 +47,14 @@ class PlainStepsTest : public StoreTest {
     alarm->Constructor();
     alarm->UniqueID = static_cast<std::int32_t>(Any(0, 4));
     alarm->Name = "alarm " + std::to_string(LocalPreferences::xAlarmArray.size());
-    const Ref<Date> moment = AnyMoment(low, high);
+    const Ref<Date> day = AnyMoment(low, high);
     alarm->Type = static_cast<std::int32_t>(Any(0, 6));
-    alarm->DateYear = OneIn(2) ? kAny : moment->Year();
-    alarm->DateMonth = OneIn(2) ? kAny : moment->Month();
-    alarm->DateDay = OneIn(2) ? kAny : moment->Day();
-    alarm->Hour = moment->Hour();
-    alarm->Minute = alarm->HourlyChimeMinute = moment->Minute();
+    alarm->DateYear = OneIn(2) ? kAny : day->Year();
+    alarm->DateMonth = OneIn(2) ? kAny : day->Month();
+    alarm->DateDay = OneIn(2) ? kAny : day->Day();
+    alarm->Hour = day->Hour();
+    alarm->Minute = alarm->HourlyChimeMinute = day->Minute();
     alarm->WeeklyDays.fill(!OneIn(3));
-    alarm->WeeklyDaysRelative.fill(true);
-    alarm->WeeklyDaysRelativeOccurrences.fill(!OneIn(3));
     alarm->AllowMultiple = OneIn(2);
     alarm->IsPreset = OneIn(20);
     alarm->fails = OneIn(20);
@@ -72,9 +66,8 @@ class PlainStepsTest : public StoreTest {
     alarm->SetNextRingTime(nullptr);
     if (OneIn(5)) {
       alarm->NextRingDateTime = AnyMoment(low, high);
-      const double moment_to_the_fraction = alarm->NextRingDateTime->TotalSeconds() + 0.25;
-      alarm->NextRingDateTime->SetTotalSeconds(OneIn(4) ? (OneIn(2) ? 1e300 : -HUGE_VAL)
-                                                        : moment_to_the_fraction);
+      const double moment = alarm->NextRingDateTime->TotalSeconds();
+      alarm->NextRingDateTime->SetTotalSeconds(OneIn(4) ? -1e300 : moment + 0.25);
     }
     return alarm;
   }
@@ -84,13 +77,12 @@ class PlainStepsTest : public StoreTest {
     const Date now;
     const Ref<Date> walk = CopyOf(*CheckAlarmsTimer::dRecentCheck);
     if (walk->TotalSeconds() >= now.TotalSeconds() - 1.0) {
-      CheckAlarmsTimer::CheckAlarms(nullptr);
-      return;
+      return CheckAlarmsTimer::CheckAlarms(nullptr);
     }
-    do {
+    while (walk->TotalSeconds() != now.TotalSeconds()) {
       walk->SetSecond(walk->Second() + 1);
       CheckAlarmsTimer::CheckAlarms(walk);
-    } while (walk->TotalSeconds() != now.TotalSeconds());
+    }
   }
 
   // All that the pass leaves behind: of a tick that finds the clock stepped forward or back, and whose reload
@@ -98,9 +90,8 @@ class PlainStepsTest : public StoreTest {
   std::vector<std::string> Outcome(unsigned scenario, bool plain) {
     random_.seed(scenario);
     const std::int64_t recent = UnixSeconds("2027-03-31 23:55:00") + Any(0, 600);
-    const std::int64_t now = recent + (OneIn(300)  ? Any(2, 3 * kSecondsPerDay)
-                                       : OneIn(20) ? Any(2, 7200)
-                                                   : Any(-90, 300));
+    const std::int64_t now =
+        recent + (OneIn(300) ? Any(2, 3 * kSecondsPerDay) : Any(-90, OneIn(20) ? 7200 : 300));
     const std::int64_t low = std::min(recent, now) - 90;
     const std::int64_t high = std::max(recent, now) + 90;
     SetClock(Any(low, high));
@@ -121,13 +112,13 @@ class PlainStepsTest : public StoreTest {
     rings_ += outcome.size();
     for (const Ref<TLMAlarm>& alarm : LocalPreferences::xAlarmArray) {
       outcome.push_back(alarm->Name + " " + std::to_string(alarm->Enabled()) + " next " +
-                        Number(alarm->NextRingDateTime) + " last " + Number(alarm->LastRungDateTime));
+                        Text(alarm->NextRingDateTime) + " last " + Text(alarm->LastRungDateTime));
     }
     for (std::int32_t id = 0; id < 4; ++id) {
       const Variant* const ring = LocalPreferences::MasteRingHistory->If(Int32ToVariant(id));
-      outcome.push_back(ring != nullptr ? Number(Cast<Date>(VariantToObject(*ring))) : "none");
+      outcome.push_back(ring != nullptr ? Text(Cast<Date>(VariantToObject(*ring))) : "none");
     }
-    outcome.push_back("checked up to " + Number(CheckAlarmsTimer::dRecentCheck));
+    outcome.push_back("checked up to " + Text(CheckAlarmsTimer::dRecentCheck));
     return outcome;
   }
 
@@ -178,9 +169,7 @@ TEST_F(PlainStepsTest, ASearchFindsWhatOneOfEveryStepFinds) {
   for (int i = 0; i < 1000; ++i) {
     const Ref<TLMAlarm> alarm = TLMAlarm::Make();
     SetClock(UnixSeconds("2026-01-01") + Any(0, 1000 * kSecondsPerDay));
-    const auto any_number = [&] {
-      return static_cast<std::int32_t>(static_cast<std::int32_t>(random_()) >> Any(4, 32));
-    };
+    const auto any_number = [&] { return static_cast<std::int32_t>(random_()) >> Any(4, 32); };
     alarm->Type = OneIn(2) ? AlarmTypeHourlyChime : AlarmTypeWeekly;
     alarm->Hour = any_number();
     alarm->Minute = alarm->HourlyChimeMinute = any_number();
