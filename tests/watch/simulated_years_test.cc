@@ -102,25 +102,6 @@ TEST_F(SimulatedYearsTest, ADaySecondBySecond) {
   EXPECT_EQ(attempts_, 24 * 60);
 }
 
-TEST_F(SimulatedYearsTest, GapsAndStepsOfTheClock) {
-  const bool is_sanitized = mallinfo2().uordblks == 0;  // and slow
-  for (const char* domain : {"", "RingPastAlarms=true"}) {
-    for (const double step :
-         {2.0, 300.0, 10'800.0, 28'800.0, 14 * 86'400.0, 1e2, 1e5, 1e8, -1e2, -1e5, -1e8}) {
-      SetUp();
-      if (step == 1e8 && is_sanitized) {
-        continue;
-      }
-      // A walk of years takes its time: there it is enough that it comes to its end.
-      Store(ListXml(step < 1e8 ? kMixedList : std::vector<std::string>(), domain));
-      SetClock("2029-03-31 11:59:00");
-      TickFor(62);
-      AdvanceClock(static_cast<std::int64_t>(step));
-      TickFor(62);
-    }
-  }
-}
-
 TEST_F(SimulatedYearsTest, ChangesOfZone) {
   for (const auto& row : Table("zone_changes.txt")) {
     SetUp();
