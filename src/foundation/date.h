@@ -99,9 +99,10 @@ class Date final : public Object {
   // No fraction survives it: two moments of one minute, both put to second 0, are equal.
   void SetSecond(std::int32_t value) noexcept { SetTime(state_.time + std::int64_t{value} - Second(), 0.0); }
 
-  // "Sunday, January 31, 2027", with the names of the user's language.
+  // "Sunday, January 31, 2027", with the names of the user's language and in the order of its own short date:
+  // "Sonntag, 31 Januar 2027".
   std::string LongDate() const;
-  // The time of day in the user's own form, "10:00:00" in the C locale.
+  // The time of day in the user's own form, "10:00:00" in the C locale. It names no zone.
   std::string LongTime() const;
 
  private:

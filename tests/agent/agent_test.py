@@ -3,8 +3,12 @@
 import glob
 import os
 import plistlib
+import re
+import resource
+import select
 import shutil
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -87,6 +91,10 @@ class AgentTest(unittest.TestCase):
         with open(self.home + "/log", "wb") as file:
             self.agent = subprocess.Popen(command, env=self.environment, stderr=log or file)
 
+    def of_agent(self, field):
+        with open(f"/proc/{self.agent.pid}/status") as file:
+            return re.search(field + r":\s*(\w+)", file.read())[1]
+
     def log(self):
         with open(self.home + "/log", encoding="utf-8") as file:
             return file.read().splitlines()
@@ -147,6 +155,7 @@ class AgentTest(unittest.TestCase):
         self.assertTrue(eventually(lambda: len(self.started()) == 1))
 
     def test_not_found_and_failed(self):
+        del self.environment["HOME"]
         for lines in (["Failed to locate the Tollmere executable.", "Tollmere could not be found!"],
                       [f"Found Tollmere: {self.home}/Applications/Tollmere.app",
                        "Failed to Launch Tollmere; error code: 8."]):
@@ -154,6 +163,7 @@ class AgentTest(unittest.TestCase):
             self.start()
             self.wait_for(lines[-1])
             log = self.end()[1]
+            self.environment["HOME"] = self.home
             self.assertEqual([log[i] for i in range(len(log)) if log[i] != log[i - 1]], START + attempt("a") + lines)
             if "could not" in lines[-1]:
                 self.bundle("Applications", "no program")
@@ -189,6 +199,17 @@ class AgentTest(unittest.TestCase):
         self.assertEqual(self.agent.wait(60), 1)
         self.assertEqual(self.log()[4:], ["Ended by an uncaught error: IllegalCastException"])
 
+    def test_the_want_of_memory_is_named(self):
+        with open(AGENT, "rb") as file:
+            if b"__asan_init" in file.read():
+                self.skipTest("sanitizers end the process themselves")
+        self.start()
+        self.wait_for(START[1])
+        resource.prlimit(self.agent.pid, resource.RLIMIT_AS, (20 << 20, 20 << 20))
+        self.store([{"Name": "x" * 100, "UniqueID": i, "AlarmType": 9} for i in range(40000)])
+        self.assertEqual(self.agent.wait(60), 1)
+        self.assertEqual(self.log()[2:], ["Ended by an uncaught error: std::bad_alloc"])
+
     def test_a_log_that_nobody_reads_stops_nothing(self):
         self.bundle("Applications")
         many = [{"Name": "x" * 60, "UniqueID": i + 2, "AlarmType": 9, "Hour": 48} for i in range(1500)]
@@ -205,6 +226,54 @@ class AgentTest(unittest.TestCase):
             os.kill(self.started()[0], signal.SIGKILL)
             os.remove(self.home + "/started")
 
+    def test_a_log_that_was_full_goes_on_with_whole_lines(self):
+        for read, write in (os.pipe(), [end.detach() for end in socket.socketpair()]):
+            self.store([{"Name": "x" * 300000, "AlarmType": 9, "Hour": 48}])
+            self.start(log=write)
+            os.close(write)
+            time.sleep(2.5)
+            text = os.read(read, 1 << 20)  # less than the line
+            self.store([{"Name": "after", "AlarmType": 9, "Hour": 48, "UniqueID": 2}])
+            self.assertTrue(eventually(lambda: select.select([read], [], [], 0)[0]))
+            self.agent.terminate()
+            self.assertEqual(self.agent.wait(60), 0)
+            lines = (text + os.read(read, 1 << 20)).decode().splitlines()
+            self.assertEqual(lines[:2] + [line[:16] for line in lines[2:]], START + ['Found Alarm "xxx', 'Found Alarm "aft'])
+            self.assertLess(len(lines[2]), 300000)
+            os.close(read)
+
+    def test_another_agent_waits_for_the_end_of_the_first(self):
+        self.start()
+        self.wait_for(START[1])
+        link = self.home + "/link"
+        os.symlink(self.home, link)
+        waiting = [f"Another Tollmere Helper is at work on {link}/com.vendrel.Tollmere9.plist; waiting for its end."]
+        first, self.environment["XDG_CONFIG_HOME"] = self.agent, link
+        for lines in (waiting, waiting + START):
+            self.start()
+            self.wait_for(waiting[0])
+            if lines != waiting:
+                first.kill()
+                first.wait()
+                self.wait_for(START[1])
+            self.assertEqual(self.end(), (0, lines))
+
+    def test_the_command_line(self):
+        for arguments, status, out, error in (
+                (["--help"], 0, "Usage: ", ""), (["--version"], 0, "tollmere-helper ", ""),
+                (["--Help"], 2, "", "tollmere-helper: unexpected argument: --Help (see --help)\n"),
+                (["--help", "a\nb"], 2, "", "tollmere-helper: unexpected argument: a\\nb (see --help)\n")):
+            run = subprocess.run([AGENT, *arguments], capture_output=True, encoding="utf-8", env=self.environment)
+            self.assertEqual((run.returncode, run.stdout[:len(out)], run.stderr), (status, out, error))
+            self.assertEqual(run.stdout == "", out == "")
+
+    def test_closed_streams_and_ignored_signals(self):
+        self.start(["sh", "-c", "trap '' HUP; exec \"$0\" <&- >&- 2>&-", AGENT])
+        self.assertTrue(eventually(lambda: int(self.of_agent("SigIgn"), 16) >> signal.SIGXFSZ - 1 & 1))
+        for number, ignored in ((signal.SIGHUP, 1), (signal.SIGINT, 0), (signal.SIGPIPE, 1)):
+            self.assertEqual(int(self.of_agent("SigIgn"), 16) >> number - 1 & 1, ignored)
+        self.assertEqual({os.readlink(f"/proc/{self.agent.pid}/fd/{stream}") for stream in range(3)}, {"/dev/null"})
+
     def test_the_end_is_in_time_wherever_the_agent_is(self):
         os.mkdir(self.home + "/bin")
         with open(self.home + "/bin/zenity", "w") as file:
@@ -212,14 +281,21 @@ class AgentTest(unittest.TestCase):
         os.chmod(self.home + "/bin/zenity", 0o755)
         self.environment.update(PATH=self.home + "/bin:/usr/bin:/bin", DISPLAY=":none")
         endless = {"AlarmType": 1, "WeeklyDays": {"x1": {"WeeklyDayEnabled": True}}, "WeeklyDaysMonth": 13}
-        for alarms, more, boxes in (([], {}, 0), ([endless], {}, 0), ([{"UniqueID": 1}], {"Exclusions": []}, 1)):
+        box = {"Exclusions": []}
+        for alarms, more, boxes, number in (
+                ([], {}, 0, signal.SIGTERM), ([endless], {}, 0, signal.SIGTERM),
+                ([{"UniqueID": 1}], box, 1, signal.SIGTERM), ([{"UniqueID": 1}], box, 2, signal.SIGKILL)):
             self.store(alarms, **more)
             self.start()
             self.wait_for(START[1])
-            time.sleep(1.5)
+            time.sleep(2.5)
+            if alarms != [endless]:  # It sleeps while it has nothing to do.
+                with open(f"/proc/{self.agent.pid}/stat") as file:
+                    self.assertLess(sum(map(int, file.read().split()[13:15])), 0.5 * os.sysconf("SC_CLK_TCK"))
+                self.assertLess(int(self.of_agent("voluntary_ctxt_switches")), 200)
             self.assertTrue(eventually(lambda: len(self.started()) == boxes))
-            self.assertEqual(self.end()[0], 0)
-            self.assertFalse([box for box in self.started() if glob.glob(f"/proc/{box}/exe")])
+            self.assertEqual(self.end(number)[0], 0 if number == signal.SIGTERM else -number)
+            self.assertTrue(eventually(lambda: not any(glob.glob(f"/proc/{shown}/exe") for shown in self.started())))
 
 
 if __name__ == "__main__":

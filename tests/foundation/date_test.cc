@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <clocale>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -127,6 +128,24 @@ TEST(DateTest, ANewDateIsOnTheWallClockOfTheMachinesPlace) {
     EXPECT_EQ(Text(Date()), row[2]) << row[0] << " " << row[1];
   }
   setenv("TZ", "UTC", 1);
+}
+
+// Locales that this machine has no sources of are passed over.
+TEST(DateTest, TextsInTheUsersLanguage) {
+  TemporaryFolder folder;
+  setenv("LOCPATH", folder.Path().c_str(), 1);
+  Date date;
+  date.SetTotalSeconds(TotalSeconds("2027-01-31 10:00:05"));
+  for (const std::vector<std::string>& row : Table("long_dates.txt")) {
+    std::system(
+        ("localedef -i " + row[0] + " -f UTF-8 " + folder.Path() + "/" + row[0] + " 2>/dev/null").c_str());
+    if (std::setlocale(LC_TIME, row[0].c_str()) != nullptr) {
+      EXPECT_EQ(date.LongDate(), row[1]) << row[0];
+      EXPECT_EQ(date.LongTime(), row[2]) << row[0];
+    }
+  }
+  std::setlocale(LC_TIME, "C");
+  unsetenv("LOCPATH");
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 #include <thread>
 
 #include "foundation/system/file_item.h"
-#include "foundation/system/message_box.h"
 #include "foundation/system/preference_service.h"
 #include "foundation/system/process_list.h"
 #include "support/files.h"
@@ -221,30 +220,6 @@ TEST_F(ProcessListTest, WhatIsNotTheApplication) {
     EXPECT_FALSE(Runs());
     End();
   }
-}
-
-// Stand-ins for the programs that show a box take down their arguments.
-TEST(MessageBoxTest, TheTextIsNeverTakenForMore) {
-  TemporaryFolder folder;
-  const std::string path = getenv("PATH");
-  setenv("DISPLAY", ":none", 1);
-  setenv("PATH", (folder.Path() + ":/usr/bin:/bin").c_str(), 1);
-  for (const auto& [program, seen] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"xmessage", "[-center][<b> & \\n --x]"},
-           {"kdialog",
-            "[--error][<qt><p style=\"white-space: pre-wrap\">&lt;b&gt; &amp; &#92;n --x</p></qt>]"},
-           {"zenity", "[--error][--no-markup][--text=<b> & \\\\n --x]"}}) {
-    folder.Write(program, "#!/bin/sh\nprintf '[%s]' \"$@\" > " + folder.Path() + "/seen\n", true);
-    MsgBox("<b> & \\n --x");
-    EXPECT_EQ(ReadWholeFile(folder.Path() + "/seen"), seen);
-  }
-  TakeLog();
-  // A box that could not be shown, whatever the reason, leaves its text in the log.
-  folder.Write("zenity", "#!/bin/sh\nexit 1\n", true);
-  MsgBox("first\nsecond");
-  EXPECT_EQ(TakeLog(), std::vector<std::string>({"first", "    second"}));
-  setenv("PATH", path.c_str(), 1);
-  unsetenv("DISPLAY");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -13,11 +14,14 @@
 #include <limits>
 #include <string_view>
 
+#include "foundation/system/descriptor.h"
 #include "foundation/system/event_loop.h"
 #include "foundation/text.h"
 
 namespace tollmere {
 namespace {
+
+constexpr std::size_t kMostErrorBytes = 65'536;  // what a pipe holds
 
 // Between fork and exec only calls that a signal handler could make are allowed, and none of them may
 // throw or allocate.
@@ -113,6 +117,37 @@ int ReadReport(int report) noexcept {
   return length == static_cast<ssize_t>(sizeof error) ? error : 0;
 }
 
+// The child's part of RunAndWait.
+[[noreturn]] void BecomeAttended(const char* path, char* const* arguments, int errors,
+                                 pid_t parent) noexcept {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  // Where the parent has ended already, too early for that signal, there is nothing to show.
+  if (getppid() == parent && PointStandardStreamsAtNull() && dup2(errors, STDERR_FILENO) >= 0) {
+    CloseOtherDescriptorsOnExec();
+    ResetSignals();
+    execve(path, arguments, environ);
+  }
+  _exit(127);
+}
+
+// Waits for the end of a child, and brings it about when the end of this process is asked for.
+int WaitOrEnd(pid_t child) {
+  const Descriptor handle(OpenProcessHandle(child));
+  int status = 0;
+  // Without a handle on the child there is nothing to wait with but short sleeps.
+  while (waitpid(child, &status, WNOHANG) == 0) {
+    constexpr std::int64_t kShortSleep = 100'000'000;
+    WaitForDescriptor(handle.Get(), handle.IsOpen() ? std::numeric_limits<std::int64_t>::max()
+                                                    : MonotonicClock() + kShortSleep);
+    if (ProcessEnd::IsRequested()) {
+      kill(child, SIGKILL);
+      WaitFor(child);
+      ThrowEndOfProcess();
+    }
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 }  // namespace
 
 int StartDetached(const std::string& path) noexcept {
@@ -135,11 +170,15 @@ int StartDetached(const std::string& path) noexcept {
   return error;
 }
 
-int RunAndWait(const std::string& program, const std::vector<std::string>& arguments) {
+ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>& arguments) {
   const std::string path = FindAlongPath(program);
-  if (path.empty()) {
-    return -1;
+  // A program that writes more than the pipe holds is not kept waiting for it.
+  int errors[2] = {-1, -1};
+  if (path.empty() || pipe2(errors, O_CLOEXEC | O_NONBLOCK) != 0) {
+    return {-1, ""};
   }
+  const Descriptor reading(errors[0]);
+  Descriptor writing(errors[1]);
   std::vector<char*> argv = {const_cast<char*>(program.c_str())};
   for (const std::string& argument : arguments) {
     argv.push_back(const_cast<char*>(argument.c_str()));
@@ -148,38 +187,16 @@ int RunAndWait(const std::string& program, const std::vector<std::string>& argum
   const pid_t parent = getpid();
   const pid_t child = fork();
   if (child == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // Where the parent has ended already, too early for that signal, there is nothing to show.
-    if (getppid() == parent && PointStandardStreamsAtNull()) {
-      CloseOtherDescriptorsOnExec();
-      ResetSignals();
-      execve(path.c_str(), argv.data(), environ);
-    }
-    _exit(127);
+    BecomeAttended(path.c_str(), argv.data(), writing.Get(), parent);
   }
+  writing.Close();
   if (child < 0) {
-    return -1;
+    return {-1, ""};
   }
-  const int handle = OpenProcessHandle(child);
-  int status = 0;
-  // Without a handle on the child there is nothing to wait with but short sleeps.
-  while (waitpid(child, &status, WNOHANG) == 0) {
-    constexpr std::int64_t kShortSleep = 100'000'000;
-    WaitForDescriptor(
-        handle, handle >= 0 ? std::numeric_limits<std::int64_t>::max() : MonotonicClock() + kShortSleep);
-    if (ProcessEnd::IsRequested()) {
-      kill(child, SIGKILL);
-      WaitFor(child);
-      if (handle >= 0) {
-        close(handle);
-      }
-      ThrowEndOfProcess();
-    }
-  }
-  if (handle >= 0) {
-    close(handle);
-  }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  ProgramEnd end{WaitOrEnd(child), std::string(kMostErrorBytes, '\0')};
+  end.errors.resize(static_cast<std::size_t>(
+      std::max<ssize_t>(read(reading.Get(), end.errors.data(), end.errors.size()), 0)));
+  return end;
 }
 
 std::string FindAlongPath(const std::string& program) {

@@ -12,10 +12,15 @@ namespace tollmere {
 // process and is nobody's zombie. Returns 0, or the errno of what failed; then nothing is left running.
 int StartDetached(const std::string& path) noexcept;
 
-// Runs `program`, found along PATH, as a child that ends with this process, and waits for it. Returns its
-// exit status; 128 and more when a signal ended it; -1 when it could not be started. Throws
+// What came of a program.
+struct ProgramEnd {
+  int status;  // its exit status; 128 and more when a signal ended it; -1 when it could not be started
+  std::string errors;  // what it wrote to standard error, 64 KiB of it at most
+};
+
+// Runs `program`, found along PATH, as a child that ends with this process, and waits for it. Throws
 // EndOfProcess when the end of the process is asked for meanwhile; the child has ended by then.
-int RunAndWait(const std::string& program, const std::vector<std::string>& arguments);
+ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>& arguments);
 
 // The file that `program` names along PATH, or the empty string.
 std::string FindAlongPath(const std::string& program);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <ctime>
 #include <limits>
+#include <string_view>
 
 #include "foundation/date.h"
 #include "foundation/system/clock.h"
@@ -28,6 +29,26 @@ std::int64_t LocalSeconds(std::int64_t wall_clock) noexcept {
          std::min(fields.tm_sec, 59);
 }
 
+enum class Order { kMonthFirst, kDayFirst, kYearFirst };
+
+// Which of the three comes first in a form of strftime, such as "%d.%m.%Y".
+Order OrderOf(std::string_view form) noexcept {
+  for (std::size_t at = form.find('%'); at != std::string_view::npos; at = form.find('%', at + 1)) {
+    at =
+        std::min(form.find_first_not_of("-_0^#EO", at + 1), form.size() - 1);  // the letter, behind its flags
+    if (std::string_view("de").find(form[at]) != std::string_view::npos) {
+      return Order::kDayFirst;
+    }
+    if (std::string_view("yYCF").find(form[at]) != std::string_view::npos) {
+      return Order::kYearFirst;
+    }
+    if (std::string_view("mbBhD").find(form[at]) != std::string_view::npos) {
+      break;
+    }
+  }
+  return Order::kMonthFirst;
+}
+
 }  // namespace
 
 const Date::State& Date::Present() noexcept {
@@ -44,8 +65,17 @@ const Date::State& Date::Present() noexcept {
 
 std::string Date::LongDate() const {
   const auto name = [](nl_item first, int index) -> std::string { return nl_langinfo(first + index); };
-  return name(DAY_1, DayOfWeek() - 1) + ", " + name(MON_1, Month() - 1) + " " + Str(Day()) + ", " +
-         Str(Year());
+  const std::string weekday = name(DAY_1, DayOfWeek() - 1) + ", ";
+  const std::string month = name(MON_1, Month() - 1);
+  switch (OrderOf(nl_langinfo(D_FMT))) {
+    case Order::kDayFirst:
+      return weekday + Str(Day()) + " " + month + " " + Str(Year());
+    case Order::kYearFirst:
+      return weekday + Str(Year()) + " " + month + " " + Str(Day());
+    case Order::kMonthFirst:
+      break;
+  }
+  return weekday + month + " " + Str(Day()) + ", " + Str(Year());
 }
 
 std::string Date::LongTime() const {
@@ -57,8 +87,11 @@ std::string Date::LongTime() const {
   fields.tm_mday = Day();
   fields.tm_mon = Month() - 1;
   fields.tm_wday = DayOfWeek() - 1;
+  fields.tm_isdst = -1;  // Not known: a form that asks for the zone gets nothing for it.
   char text[128];
-  return std::string(text, std::strftime(text, sizeof text, "%X", &fields));
+  const std::string_view time(text, std::strftime(text, sizeof text, "%X", &fields));
+  const std::size_t first = std::min(time.find_first_not_of(' '), time.size());
+  return std::string(time.substr(first, time.find_last_not_of(' ') + 1 - first));
 }
 
 }  // namespace tollmere

@@ -1,9 +1,14 @@
 #include "foundation/system/message_box.h"
 
+#include <langinfo.h>
+
 #include <algorithm>
+#include <clocale>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "foundation/system/child_process.h"
@@ -37,9 +42,8 @@ std::string ReplaceEach(std::string_view text, char sought, std::string_view rep
   return result;
 }
 
-// zenity turns backslash sequences in its text into characters.
 std::vector<std::string> ZenityArguments(const std::string& text) {
-  return {"--error", "--no-markup", "--text=" + ReplaceEach(text, '\\', "\\\\")};
+  return {"--error", "--no-markup", "--text=" + text};
 }
 
 // kdialog takes what looks like HTML for HTML, and backslash sequences for characters: so it is given HTML
@@ -52,7 +56,10 @@ std::vector<std::string> KdialogArguments(const std::string& text) {
   return {"--error", "<qt><p style=\"white-space: pre-wrap\">" + html + "</p></qt>"};
 }
 
-std::vector<std::string> XmessageArguments(const std::string& text) { return {"-center", text}; }
+// xmessage takes a text for one in Latin-1 and cuts its lines off, unless it is told otherwise.
+std::vector<std::string> XmessageArguments(const std::string& text) {
+  return {"-center", "-xrm", "*international: true", "-xrm", "*message*wrap: word", text};
+}
 
 struct BoxProgram {
   const char* name;
@@ -61,6 +68,31 @@ struct BoxProgram {
 
 constexpr BoxProgram kBoxPrograms[] = {
     {"zenity", ZenityArguments}, {"kdialog", KdialogArguments}, {"xmessage", XmessageArguments}};
+
+// In a locale of another encoding the programs refuse or garble what is not ASCII.
+bool HasUtf8Locale() {
+  const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+  const bool is_utf8 = locale != nullptr && std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
+  if (locale != nullptr) {
+    freelocale(locale);
+  }
+  return is_utf8;
+}
+
+ProgramEnd Run(const BoxProgram& box, const std::string& text) {
+  std::vector<std::string> arguments = box.arguments(text);
+  if (HasUtf8Locale()) {
+    return RunAndWait(box.name, arguments);
+  }
+  arguments.insert(arguments.begin(), {"LC_ALL=C.UTF-8", box.name});
+  return RunAndWait("env", arguments);
+}
+
+// A box that is closed by a key or by its window's button ends with status 1 or 2. So do zenity and xmessage
+// without a display, but they say so; kdialog is ended by a signal then. Other faults have other statuses.
+bool WasShown(const ProgramEnd& end) noexcept {
+  return end.status >= 0 && end.status <= 2 && end.errors.find("open display") == std::string::npos;
+}
 
 // True when the user has seen the box.
 bool ShowBox(const std::string& text) {
@@ -73,17 +105,14 @@ bool ShowBox(const std::string& text) {
   if (installed == std::end(kBoxPrograms)) {
     return false;
   }
+  // A display that is not there is not tried at every text.
   static std::int64_t no_box_before = 0;
-  const std::int64_t start = MonotonicClock();
-  if (start < no_box_before) {
+  if (MonotonicClock() < no_box_before) {
     return false;
   }
-  const int status = RunAndWait(installed->name, installed->arguments(text));
-  // A box that was closed and one that could not be shown may end with the same status; but no one
-  // reads and closes a box within a second. A display that is not there is not tried at every text.
-  const bool shown = status == 0 || (status > 0 && MonotonicClock() - start >= kSecond);
+  const bool shown = WasShown(Run(*installed, text));
   if (!shown) {
-    no_box_before = start + kQuietTime;
+    no_box_before = MonotonicClock() + kQuietTime;
   }
   return shown;
 }
@@ -98,30 +127,20 @@ void WriteToStandardError(std::string_view text) {
   }
 }
 
-// The texts that standard error has just been given, oldest first.
+// The texts that standard error has just been given.
 class RecentTexts {
  public:
-  // True when `text` has not been noted within the quiet time; it is now.
+  // True when `text` has not been noted within the quiet time; it is now. A flood of different texts says no
+  // more than its first thousand, and takes no more memory.
   bool Note(const std::string& text) {
+    constexpr std::size_t kMostNoted = 1000;
     const std::int64_t now = MonotonicClock();
-    std::erase_if(noted_, [&](const Noted& noted) { return now - noted.when >= kQuietTime; });
-    if (std::any_of(noted_.begin(), noted_.end(), [&](const Noted& noted) { return noted.text == text; })) {
-      return false;
-    }
-    constexpr std::size_t kMostNoted = 16;
-    if (noted_.size() == kMostNoted) {
-      noted_.erase(noted_.begin());
-    }
-    noted_.push_back({text, now});
-    return true;
+    std::erase_if(noted_, [&](const auto& noted) { return now - noted.second >= kQuietTime; });
+    return noted_.size() < kMostNoted && noted_.try_emplace(std::hash<std::string>()(text), now).second;
   }
 
  private:
-  struct Noted {
-    std::string text;
-    std::int64_t when;
-  };
-  std::vector<Noted> noted_;
+  std::unordered_map<std::size_t, std::int64_t> noted_;  // when, by the text's hash
 };
 
 }  // namespace

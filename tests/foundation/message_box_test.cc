@@ -1,0 +1,94 @@
+// Boxes, by stand-ins for the programs that show them. No program is found but those of the test.
+#include "foundation/system/message_box.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "support/files.h"
+#include "support/log_capture.h"
+
+namespace tollmere::testing {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class MessageBoxTest : public ::testing::Test {
+ protected:
+  MessageBoxTest() {
+    setenv("DISPLAY", ":none", 1);
+    setenv("PATH", folder_.Path().c_str(), 1);
+    std::filesystem::create_symlink("/usr/bin/env", folder_.Path() + "/env");
+    TakeLog();
+  }
+  ~MessageBoxTest() override {
+    setenv("PATH", path_.c_str(), 1);
+    unsetenv("DISPLAY");
+    unsetenv("LC_ALL");
+  }
+  void Install(const std::string& program, const std::string& script) const {
+    folder_.Write(program, "#!/bin/sh\n" + script + "\n", true);
+  }
+
+  const std::string path_ = getenv("PATH");
+  TemporaryFolder folder_;
+};
+
+TEST_F(MessageBoxTest, TheTextIsNeverTakenForMore) {
+  const std::string seen = folder_.Path() + "/seen";
+  for (const auto& [program, arguments] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"xmessage",
+            "[-center][-xrm][*international: true][-xrm][*message*wrap: word][--ü <b> & \\n --x]"},
+           {"kdialog",
+            "[--error][<qt><p style=\"white-space: pre-wrap\">--ü &lt;b&gt; &amp; &#92;n --x</p></qt>]"},
+           {"zenity", "[--error][--no-markup][--text=--ü <b> & \\n --x]"}}) {
+    Install(program, "printf '[%s]' \"$LC_ALL\" \"$@\" >" + seen);
+    for (const char* locale : {"C", "C.UTF-8"}) {
+      setenv("LC_ALL", locale, 1);
+      MsgBox("--ü <b> & \\n --x");
+      EXPECT_EQ(ReadWholeFile(seen), std::string("[C.UTF-8]") + arguments) << locale;
+    }
+  }
+  EXPECT_EQ(TakeLog(), Lines());
+}
+
+// A box that could not be shown leaves its text in the log; one that was closed at once does not. In a child
+// each, since after a failure no box is tried for a minute.
+TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
+  for (const auto& [script, is_logged] : std::initializer_list<std::pair<std::string, bool>>{
+           {"", false},
+           {"exit 1", false},
+           {"exit 2", false},
+           {"/usr/bin/head -c 100000 /dev/zero >&2; exit 1", false},
+           {"exit 3", true},
+           {"kill -ABRT $$", true},
+           {"echo \"(zenity:1): Gtk-WARNING **: cannot open display: :none\" >&2; exit 1", true},
+           {"rm \"$0\"; exec none", true}}) {
+    Install("zenity", script);
+    if (fork() == 0) {
+      MsgBox("first\nsecond");
+      _exit(0);
+    }
+    wait(nullptr);
+    EXPECT_EQ(TakeLog(), is_logged ? Lines({"first", "    second"}) : Lines()) << script;
+  }
+}
+
+TEST_F(MessageBoxTest, WithoutAProgramEachTextIsLoggedOnceAMinute) {
+  Lines texts;
+  for (int i = 0; i < 100; ++i) {
+    texts.push_back("text " + std::to_string(i));
+  }
+  for (int turn = 0; turn < 3; ++turn) {
+    for (const std::string& text : texts) {
+      MsgBox(text);
+    }
+  }
+  EXPECT_EQ(TakeLog(), texts);
+}
+
+}  // namespace
+}  // namespace tollmere::testing
