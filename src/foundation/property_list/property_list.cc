@@ -20,13 +20,16 @@ Ref<CFObjectMBS> ParseText(std::string_view bytes) {
 
 }  // namespace
 
-Ref<CFObjectMBS> ParsePropertyList(std::string_view bytes) {
+Ref<CFObjectMBS> ParsePropertyList(std::string_view bytes, std::string* problem) {
   if (bytes.size() > kMaxPropertyListBytes) {
     return nullptr;
   }
   try {
     return bytes.starts_with("bplist"sv) ? ParseBinaryPropertyList(bytes) : ParseText(bytes);
   } catch (const MalformedPropertyList&) {
+    if (problem != nullptr) {
+      *problem = "not a property list";
+    }
     return nullptr;
   }
 }

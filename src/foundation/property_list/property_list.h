@@ -26,7 +26,7 @@ inline constexpr std::size_t kMaxPropertyListObjects = 1'000'000;
 // ones and character references are known; others make the list malformed. In a binary list a
 // malformed text is repaired with U+FFFD; objects may lie over one another only as far as their texts and
 // data together are no longer than the file.
-Ref<CFObjectMBS> ParsePropertyList(std::string_view bytes);
+Ref<CFObjectMBS> ParsePropertyList(std::string_view bytes, std::string* problem = nullptr);
 
 // The object as a property list in XML. At least `at_most` bytes of it, if it has as many.
 std::string WriteXmlPropertyList(const CFObjectMBS& object, std::size_t at_most);
