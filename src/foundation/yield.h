@@ -9,7 +9,7 @@ namespace tollmere {
 // no std::exception, so that no handler of errors takes it for one.
 struct EndOfProcess {};
 
-// Whether the process is to end. Once asked for, the end is never taken back.
+// Whether the process is to end. The agent never takes back what was asked for.
 class ProcessEnd {
  public:
   // May be called from a signal handler.
@@ -18,6 +18,7 @@ class ProcessEnd {
 
  private:
   friend class ProcessEndOfTests;  // several tests ask for the end in one process
+  friend class SearchDeadline;     // of tollmere-alarms, which gives up one search and goes on with the next
 
   static inline std::atomic<bool> requested_ = false;
   static_assert(std::atomic<bool>::is_always_lock_free);

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 #include "foundation/property_list/property_list.h"
 #include "foundation/system/file_bytes.h"
@@ -16,6 +17,20 @@ namespace {
 bool IsAbsent(const std::string& path, int error) noexcept {
   struct stat status {};
   return error == ENOENT && lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+}
+
+// What went wrong, where it is no matter of the file's content.
+std::string ReadProblem(int error) {
+  switch (error) {
+    case EINVAL:
+      return "it is no regular file";
+    case EFBIG:
+      return "it is larger than 16 MiB";
+    case EBUSY:
+      return "it was being written while it was read";
+    default:
+      return std::strerror(error);
+  }
 }
 
 }  // namespace
@@ -44,10 +59,33 @@ bool CFPreferencesMBS::Synchronize(const Ref<CFStringMBS>& application_id, const
   return Refresh(views_[domain], domain);
 }
 
+DomainState CFPreferencesMBS::StateOf(const Ref<CFStringMBS>& application_id) const {
+  const std::string& domain = application_id->str();
+  const auto found = views_.find(domain);
+  if (found == views_.end()) {
+    return {DomainState::Kind::kAbsent, DomainPath(domain), {}};
+  }
+  const View& view = found->second;
+  DomainState state{DomainState::Kind::kRead, view.path.empty() ? DomainPath(domain) : view.path, {}};
+  if (IsAbsent(state.path, view.error)) {
+    state.kind = DomainState::Kind::kAbsent;
+  } else if (view.error != 0 || !view.bytes_are_good) {
+    state.kind = DomainState::Kind::kUnreadable;
+    state.problem = view.error != 0 ? ReadProblem(view.error) : view.problem;
+  }
+  return state;
+}
+
+void CFPreferencesMBS::SetPath(const Ref<CFStringMBS>& application_id, std::string path) {
+  views_[application_id->str()] = View();
+  views_[application_id->str()].path = std::move(path);
+}
+
 bool CFPreferencesMBS::Refresh(View& view, const std::string& domain) {
   bool changed = false;
-  const std::string path = DomainPath(domain);
+  const std::string path = view.path.empty() ? DomainPath(domain) : view.path;
   const int error = ReadFileBytes(path, kMaxPropertyListBytes, view.bytes, changed);
+  view.error = error;
   if (IsAbsent(path, error)) {
     view.bytes.clear();
     view.bytes_are_good = true;
@@ -61,7 +99,8 @@ bool CFPreferencesMBS::Refresh(View& view, const std::string& domain) {
   if (changed || !view.exists) {
     view.exists = true;
     view.bytes_are_good = false;  // until they have been read to the end
-    const Ref<CFObjectMBS> root = ParsePropertyList(view.bytes);
+    view.problem = "its top is no dictionary";
+    const Ref<CFObjectMBS> root = ParsePropertyList(view.bytes, &view.problem);
     view.bytes_are_good = IsA<CFDictionaryMBS>(root);
     if (view.bytes_are_good) {
       Show(view, Cast<CFDictionaryMBS>(root));

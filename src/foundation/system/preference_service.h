@@ -14,6 +14,14 @@ namespace tollmere {
 // variable is unset or no absolute path.
 std::string DomainPath(const std::string& domain);
 
+// What the last refresh of a domain found.
+struct DomainState {
+  enum class Kind { kAbsent, kUnreadable, kRead };
+  Kind kind = Kind::kAbsent;
+  std::string path;     // of the domain's file
+  std::string problem;  // why the file is unreadable, in words; else empty
+};
+
 // A handle on the store of the current user, with a view of each domain as it was when it was last
 // refreshed.
 class CFPreferencesMBS final : public Object {
@@ -33,8 +41,16 @@ class CFPreferencesMBS final : public Object {
   bool Synchronize(const Ref<CFStringMBS>& application_id, const Ref<CFStringMBS>& user,
                    const Ref<CFStringMBS>& host);
 
+  // How the last refresh of the domain went; before any, that there is no file.
+  DomainState StateOf(const Ref<CFStringMBS>& application_id) const;
+  // From now on the domain is the file at `path`, which has not been read yet.
+  void SetPath(const Ref<CFStringMBS>& application_id, std::string path);
+
  private:
   struct View {
+    std::string path;            // empty: where the domain's name leads
+    int error = 0;               // the errno of the last refresh
+    std::string problem;         // what the reader said of the bytes
     std::string bytes;           // of the file as it was seen last, good or not
     bool bytes_are_good = true;  // an empty domain, to begin with
     bool exists = false;         // there was a file

@@ -1,0 +1,184 @@
+#include "stored_alarms.h"
+
+#include <optional>
+#include <utility>
+
+#include "preferences/core_preferences.h"
+#include "preferences/global_methods.h"
+#include "search_deadline.h"
+
+namespace tollmere {
+namespace {
+
+using Entry = CFDictionaryListMBS::Entry;
+
+// What the agent's own reading makes of a stored dictionary; throws IllegalCastException as it does.
+Ref<Dictionary> Convert(const CFDictionaryMBS& stored) {
+  return CorePreferencesModified::RBDictFromCFDict(stored.List());
+}
+
+KeyProblem NoDictionary(const std::string& key, const Ref<CFObjectMBS>& object) {
+  return {key, "is " + KindInWords(object) + ", not a dictionary"};
+}
+
+bool IsReadable(const CFDictionaryMBS& stored) {
+  try {
+    MakeAlarm(Convert(stored));
+    return true;
+  } catch (const IllegalCastException&) {
+    return false;
+  }
+}
+
+// The first array item below the object that is no dictionary.
+std::optional<KeyProblem> ForeignItem(const Ref<CFObjectMBS>& object, const std::string& path) {
+  if (const auto* dictionary = If<CFDictionaryMBS>(object)) {
+    for (const auto& [key, value] : EntriesOf(*dictionary)) {
+      if (auto found = ForeignItem(value, path + "." + KeyText(key))) {
+        return found;
+      }
+    }
+  } else if (const auto* array = If<CFArrayMBS>(object)) {
+    for (std::size_t i = 0; i < array->Count(); ++i) {
+      const std::string item = path + "[" + std::to_string(i) + "]";
+      if (!IsA<CFDictionaryMBS>(array->Item(i))) {
+        return NoDictionary(item, array->Item(i));
+      }
+      if (auto found = ForeignItem(array->Item(i), item)) {
+        return found;
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+// What keeps an alarm with that entry from being read.
+KeyProblem Malformed(const Entry& entry) {
+  const std::string key = KeyText(entry.first);
+  if (auto foreign = ForeignItem(entry.second, key)) {
+    return *foreign;
+  }
+  if (const auto* items = If<CFDictionaryMBS>(entry.second)) {
+    for (const Entry& item : EntriesOf(*items)) {
+      const Ref<CFDictionaryMBS> alone = New<CFDictionaryMBS>(std::vector<Entry>{item});
+      if (!IsReadable(*New<CFDictionaryMBS>(std::vector<Entry>{{entry.first, alone}}))) {
+        return NoDictionary(key + "." + KeyText(item.first), item.second);
+      }
+    }
+  }
+  return NoDictionary(key, entry.second);
+}
+
+// As much of a malformed alarm as can be read: what is neither dictionary nor array.
+Ref<TLMAlarm> ReadScalars(const CFDictionaryMBS& stored) {
+  std::vector<Entry> scalars;
+  for (const Entry& entry : EntriesOf(stored)) {
+    if (!IsA<CFDictionaryMBS>(entry.second) && !IsA<CFArrayMBS>(entry.second)) {
+      scalars.push_back(entry);
+    }
+  }
+  return MakeAlarm(Convert(*New<CFDictionaryMBS>(std::move(scalars))));
+}
+
+void Read(StoredAlarm& stored) {
+  const auto* dictionary = If<CFDictionaryMBS>(stored.object);
+  if (dictionary == nullptr) {
+    stored.alarm = TLMAlarm::Make();
+    stored.alarm->Type = -1;
+    stored.problems.push_back({"", "it is " + KindInWords(stored.object) + ", no alarm, and passed over"});
+    return;
+  }
+  try {
+    stored.stored = Convert(*dictionary);
+    stored.alarm = MakeAlarm(stored.stored);
+  } catch (const IllegalCastException&) {
+    stored.stored = nullptr;
+    stored.alarm = ReadScalars(*dictionary);
+    for (const Entry& entry : EntriesOf(*dictionary)) {
+      if (!IsReadable(*New<CFDictionaryMBS>(std::vector<Entry>{entry}))) {
+        stored.problems.push_back(Malformed(entry));
+      }
+    }
+    return;
+  }
+  const TLMAlarm& alarm = *stored.alarm;
+  stored.watched = alarm.Type != AlarmTypeTimer && alarm.Enabled() && !alarm.IsPreset;
+  if (!stored.watched) {
+    stored.alarm->NextRingDateTime = nullptr;
+  } else if (!SearchDeadline::Finishes([&] { stored.alarm->SetNextRingTime(nullptr); })) {
+    stored.has_next = false;
+    stored.alarm->NextRingDateTime = nullptr;
+    const bool is_no_month = alarm.Type == AlarmTypeWeekly && alarm.WeeklyDaysMonth != kAny &&
+                             (alarm.WeeklyDaysMonth < 1 || alarm.WeeklyDaysMonth > 12);
+    stored.problems.push_back(
+        is_no_month
+            ? KeyProblem{"WeeklyDaysMonth", std::to_string(alarm.WeeklyDaysMonth) +
+                                                " is a month that never comes; the search for it has no end"}
+            : KeyProblem{"", "the search for its next ring had come to no end when it was given up"});
+  }
+}
+
+}  // namespace
+
+Ref<TLMAlarm> MakeAlarm(const Ref<Dictionary>& stored) {
+  Ref<TLMAlarm> alarm = TLMAlarm::Make();
+  alarm->SetDictionary(stored);
+  return alarm;
+}
+
+std::string KindInWords(const Ref<CFObjectMBS>& object) {
+  switch (object->Kind()) {
+    case CFObjectMBS::TypeId::kString:
+      return "a text";
+    case CFObjectMBS::TypeId::kNumber:
+      return "a number";
+    case CFObjectMBS::TypeId::kBoolean:
+      return "a boolean";
+    case CFObjectMBS::TypeId::kData:
+      return "data";
+    case CFObjectMBS::TypeId::kDate:
+      return "a date";
+    case CFObjectMBS::TypeId::kArray:
+      return "an array";
+    case CFObjectMBS::TypeId::kDictionary:
+      break;
+  }
+  return "a dictionary";
+}
+
+std::string KeyText(const Ref<CFObjectMBS>& key) { return GlobalMethods::ToStringZDN(key, ""); }
+
+std::vector<Entry> EntriesOf(const CFDictionaryMBS& dictionary) {
+  const Ref<CFDictionaryListMBS> list = dictionary.List();
+  std::vector<Entry> entries;
+  for (std::size_t i = 0; i < list->Count(); ++i) {
+    entries.emplace_back(list->Key(i), list->Value(i));
+  }
+  return entries;
+}
+
+Store ReadStore() {
+  CorePreferencesModified::Sync();
+  const Ref<CFPreferencesMBS>& service = CorePreferencesModified::xPreferences;
+  const Ref<CFStringMBS> domain = CorePreferencesModified::TLMDomain();
+  Store store;
+  store.state = service->StateOf(domain);
+  const Ref<CFObjectMBS> list = service->CopyAppValue(NewCFStringMBS("Alarms"), domain);
+  const auto* const array = If<CFArrayMBS>(list);
+  if (array == nullptr) {
+    if (store.state.kind == DomainState::Kind::kRead) {
+      store.alarms_problem = list == nullptr ? "it has no key \"Alarms\""
+                                             : "\"Alarms\" is " + KindInWords(list) + ", not an array";
+    }
+    return store;
+  }
+  store.alarms.resize(array->Count());
+  for (std::size_t i = 0; i < array->Count(); ++i) {
+    store.alarms[i].index = i;
+    store.alarms[i].object = array->Item(i);
+    Read(store.alarms[i]);
+  }
+  return store;
+}
+
+}  // namespace tollmere
