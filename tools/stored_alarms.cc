@@ -149,10 +149,10 @@ std::string KindInWords(const Ref<CFObjectMBS>& object) {
 std::string KeyText(const Ref<CFObjectMBS>& key) { return GlobalMethods::ToStringZDN(key, ""); }
 
 std::vector<Entry> EntriesOf(const CFDictionaryMBS& dictionary) {
-  const Ref<CFDictionaryListMBS> list = dictionary.List();
+  const CFDictionaryListMBS& list = dictionary.List();
   std::vector<Entry> entries;
-  for (std::size_t i = 0; i < list->Count(); ++i) {
-    entries.emplace_back(list->Key(i), list->Value(i));
+  for (std::size_t i = 0; i < list.Count(); ++i) {
+    entries.emplace_back(list.Key(i), list.Value(i));
   }
   return entries;
 }
