@@ -1,6 +1,5 @@
 // Without arguments: measures everything and prints the table of ratios; status 1 where a bound is missed.
 //   --quick                     runs every benchmark once, briefly, and judges no time
-//   --write-alarms COUNT FILE   writes that many alarms to a property list, and measures nothing
 // Other arguments are those of the benchmark library.
 #include <malloc.h>
 
@@ -10,9 +9,6 @@
 #include <vector>
 
 #include "judge.h"
-#include "property_list_writer.h"
-#include "sample_alarms.h"
-#include "sample_domain.h"
 
 namespace {
 
@@ -39,11 +35,6 @@ int Run(std::vector<char*> arguments, bool quick) {
 int main(int argc, char** argv) {
   // The yardstick's zone; all that is measured goes by the same one.
   setenv("TZ", "Europe/Berlin", 1);
-  if (argc == 4 && std::strcmp(argv[1], "--write-alarms") == 0) {
-    using namespace tollmere;
-    WriteFile(argv[3], WriteBinary(SampleDomainValue(std::atoi(argv[2]), Items::kWhereNeeded)));
-    return 0;
-  }
   mallopt(M_TRIM_THRESHOLD, 256 * 1024 * 1024);  // as the agent has it
   // What is given on the command line comes behind these and outdoes them.
   static char repetitions[] = "--benchmark_repetitions=15";

@@ -1,8 +1,10 @@
 // SetNextRingTime(Nil) whole, one alarm of each kind.
+#include <cstdint>
+#include <limits>
+
 #include "bench_clock.h"
 #include "measured.h"
 #include "preferences/local_preferences.h"
-#include "sample_alarms.h"
 #include "sample_domain.h"
 #include "schedule/alarm.h"
 
@@ -24,7 +26,7 @@ Ref<TLMAlarm> AlarmAt(std::int32_t type, std::int32_t hour, std::int32_t minute)
 void NextRing(benchmark::State& state, std::int32_t type, Prepare prepare, std::int64_t pieces,
               std::int64_t moment = kBenchMoment) {
   const StandingClock clock(moment);
-  const SampleDomain domain(PropertyListValue::Dictionary{});
+  const SampleDomain domain("0");
   const Ref<TLMAlarm> alarm = AlarmAt(type, 7, 30);
   prepare(*alarm);
   for (auto _ : state) {
@@ -78,13 +80,28 @@ BENCHMARK_CAPTURE(
     [](TLMAlarm& alarm) { alarm.WeeklyDaysRelative.fill(true); }, 9344)
     ->Name("NextRing/NeverRelative");
 
+// Searches that begin a quarter of a million years before the present.
+constexpr std::int32_t kFarPast = std::numeric_limits<std::int32_t>::min();
+BENCHMARK_CAPTURE(
+    NextRing, far_past, AlarmTypeWeekly,
+    [](TLMAlarm& alarm) {
+      alarm.WeeklyDays[1] = true;
+      alarm.Hour = kFarPast;
+    },
+    1)
+    ->Name("NextRing/FarPast");
+BENCHMARK_CAPTURE(
+    NextRing, far_past_chime, AlarmTypeHourlyChime,
+    [](TLMAlarm& alarm) { alarm.HourlyChimeMinute = kFarPast; }, 1)
+    ->Name("NextRing/FarPast/Chime");
+
 constexpr int kExclusions = 100;
 
 // A daily alarm whose next hundred days are excluded by its own list, and the hundred behind them by
 // the global one.
 void NextRingExcluded(benchmark::State& state) {
   const StandingClock clock;
-  const SampleDomain domain({{"Exclusions", ExclusionText(kExclusions, kExclusions)}});
+  const SampleDomain domain("exclusions");
   const Ref<TLMAlarm> alarm = AlarmAt(AlarmTypeDate, 10, 45);
   for (int day = 0; day < kExclusions; ++day) {
     Date excluded;
@@ -101,7 +118,7 @@ BENCHMARK(NextRingExcluded)->Name("NextRing/Excluded");
 // The part of it that is done for each of the last 101 days.
 void ExclusionsGet(benchmark::State& state) {
   const StandingClock clock;
-  const SampleDomain domain({{"Exclusions", ExclusionText(kExclusions, kExclusions)}});
+  const SampleDomain domain("exclusions");
   for (auto _ : state) {
     benchmark::DoNotOptimize(LocalPreferences::Exclusions_Get());
   }

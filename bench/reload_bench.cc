@@ -1,4 +1,4 @@
-// Property lists, the reload of the alarm list, the check pass, and whole ticks.
+// Property lists, the reload of the alarm list, the check pass, the walk, and whole ticks.
 #include <cstdint>
 #include <string>
 
@@ -6,7 +6,6 @@
 #include "foundation/property_list/property_list.h"
 #include "measured.h"
 #include "preferences/local_preferences.h"
-#include "sample_alarms.h"
 #include "sample_domain.h"
 #include "schedule/alarm.h"
 #include "watch/check_alarms_timer.h"
@@ -14,10 +13,9 @@
 namespace tollmere {
 namespace {
 
-using Write = std::string (*)(const PropertyListValue&);
-
-void ParseAndRelease(benchmark::State& state, Write write) {
-  const std::string bytes = write(SampleDomainValue(1000, Items::kAll));
+// 1,000 alarms of 28 keys with all their nested items.
+void ParseAndRelease(benchmark::State& state, const char* domain) {
+  const std::string bytes = DomainBytes(domain);
   for (auto _ : state) {
     benchmark::DoNotOptimize(ParsePropertyList(bytes));
   }
@@ -26,13 +24,13 @@ void ParseAndRelease(benchmark::State& state, Write write) {
   }
   state.counters[kBytes] = static_cast<double>(bytes.size());
 }
-BENCHMARK_CAPTURE(ParseAndRelease, xml, WriteXml)->Name("PropertyList/Xml");
-BENCHMARK_CAPTURE(ParseAndRelease, binary, WriteBinary)->Name("PropertyList/Binary");
+BENCHMARK_CAPTURE(ParseAndRelease, xml, "1000-all-items-xml")->Name("PropertyList/Xml");
+BENCHMARK_CAPTURE(ParseAndRelease, binary, "1000-all-items")->Name("PropertyList/Binary");
 
 // The first reload parses the file and logs every alarm; those that are measured find it unchanged.
-void ReloadUnchanged(benchmark::State& state, const std::string& bytes, int alarms, int watched) {
+void ReloadUnchanged(benchmark::State& state, const std::string& domain_name, int alarms, int watched) {
   const StandingClock clock;
-  const SampleDomain domain(bytes);
+  const SampleDomain domain(domain_name);
   LocalPreferences::Reload();
   for (auto _ : state) {
     LocalPreferences::Reload();
@@ -45,24 +43,21 @@ void ReloadUnchanged(benchmark::State& state, const std::string& bytes, int alar
 
 void ReloadBinary(benchmark::State& state) {
   const int alarms = static_cast<int>(state.range(0));
-  ReloadUnchanged(state, WriteBinary(SampleDomainValue(alarms, Items::kWhereNeeded)), alarms,
-                  alarms / 10 * 9);
+  ReloadUnchanged(state, std::to_string(alarms), alarms, alarms / 10 * 9);
 }
 BENCHMARK(ReloadBinary)->Name("Reload")->Arg(10)->Arg(100)->Arg(1000)->Arg(10000);
 
 // From XML, whose stored objects are each alarm's own, and with all nested items.
-void ReloadXml(benchmark::State& state) {
-  ReloadUnchanged(state, WriteXml(SampleDomainValue(1000, Items::kAll)), 1000, 900);
-}
+void ReloadXml(benchmark::State& state) { ReloadUnchanged(state, "1000-all-items-xml", 1000, 900); }
 BENCHMARK(ReloadXml)->Name("Reload/Xml1000");
 
+// A second of the day before.
 void PassWalkedSecond(benchmark::State& state) {
-  constexpr int kAlarms = 112;  // of which 100 or 101 are watched
   const StandingClock clock;
-  const SampleDomain domain(SampleDomainValue(kAlarms, Items::kWhereNeeded));
+  const SampleDomain domain("112");  // of which 100 or 101 are watched
   LocalPreferences::Reload();
   const Ref<Date> second = New<Date>();
-  second->SetSecond(second->Second() - 1);
+  second->SetDay(second->Day() - 1);
   for (auto _ : state) {
     CheckAlarmsTimer::CheckAlarms(second);
   }
@@ -72,7 +67,7 @@ BENCHMARK(PassWalkedSecond)->Name("Pass/WalkedSecond");
 
 void TickUnchanged(benchmark::State& state) {
   const StandingClock clock;
-  const SampleDomain domain(SampleDomainValue(1000, Items::kAll));
+  const SampleDomain domain("1000-all-items");
   const Ref<CheckAlarmsTimer> timer = New<CheckAlarmsTimer>();
   timer->Event_Action();
   for (auto _ : state) {
@@ -81,51 +76,43 @@ void TickUnchanged(benchmark::State& state) {
 }
 BENCHMARK(TickUnchanged)->Name("Tick/Unchanged1000");
 
-// The first tick after a sleep of so many seconds, over 100 alarms.
-void TickAfterSleep(benchmark::State& state, std::int64_t seconds) {
+// The pass of the first tick after so many seconds without one. The list has been reloaded before it.
+void Walk(benchmark::State& state, const char* domain_name, std::int64_t seconds) {
   const StandingClock clock;
-  const SampleDomain domain(SampleDomainValue(100, Items::kAll));
-  const Ref<CheckAlarmsTimer> timer = New<CheckAlarmsTimer>();
+  const SampleDomain domain(domain_name);
+  const auto prepare = [&] {
+    LocalPreferences::Reload();
+    StandingClock::Put(kBenchMoment - seconds);
+    CheckAlarmsTimer::dRecentCheck = New<Date>();
+    StandingClock::Put(kBenchMoment);
+  };
+  prepare();
+  CheckAlarmsTimer::CheckAlarms(
+      nullptr);  // The one attempt of this minute to start the application is made here.
   for (auto _ : state) {
     state.PauseTiming();
-    StandingClock::Put(kBenchMoment - seconds);
-    timer->Event_Action();  // A clock that is set back makes no walk.
-    StandingClock::Put(kBenchMoment);
+    prepare();
     state.ResumeTiming();
-    timer->Event_Action();
+    CheckAlarmsTimer::CheckAlarms(nullptr);
   }
 }
-BENCHMARK_CAPTURE(TickAfterSleep, night, 8 * 3600)->Name("Tick/After8Hours")->Iterations(1);
-BENCHMARK_CAPTURE(TickAfterSleep, fortnight, 14 * 86'400)->Name("Tick/After2Weeks")->Iterations(1);
+constexpr std::int64_t k56Years = 56 * 31'556'952LL;
+BENCHMARK_CAPTURE(Walk, night, "100-all-items", 8 * 3600)->Name("Walk/8Hours100");
+BENCHMARK_CAPTURE(Walk, years, "past", k56Years)->Name("Walk/56Years1000");
+BENCHMARK_CAPTURE(Walk, years_with_past, "past-to-ring", k56Years)->Name("Walk/56Years1000/RingPastAlarms");
 
-// The most work that a stored list can ask for by its number of alarms: as many as there may be of a kind
-// whose search goes through all its years and finds nothing.
-void WorstSearches(benchmark::State& state) {
-  constexpr int kAlarms = 90'000;  // almost the million stored objects that a list may have
-  PropertyListValue::Array alarms;
-  for (int number = 0; number < kAlarms; ++number) {
-    alarms.emplace_back(PropertyListValue::Dictionary{
-        {"AlarmType", AlarmTypeWeeklyRelative},
-        {"WeeklyDaysRelative",
-         PropertyListValue::Dictionary{
-             {"x0", PropertyListValue::Dictionary{{"WeeklyDayRelativeEnabled", true}}}}}});
-  }
-  ReloadUnchanged(state, WriteBinary(PropertyListValue::Dictionary{{"Alarms", std::move(alarms)}}), kAlarms,
-                  kAlarms);
+// The most work that a stored list can ask for by its number of alarms, and by its exclusions.
+void Worst(benchmark::State& state, const char* domain, int alarms) {
+  ReloadUnchanged(state, domain, alarms, alarms);
 }
-BENCHMARK(WorstSearches)->Name("Worst/Searches")->Iterations(1)->Repetitions(1);
-
-// And by its exclusions: every day that the search tries is excluded, and the whole list is read for each of
-// them.
-void WorstExclusions(benchmark::State& state) {
-  ReloadUnchanged(state,
-                  WriteBinary(PropertyListValue::Dictionary{
-                      {"Alarms", PropertyListValue::Array{PropertyListValue::Dictionary{
-                                     {"DateYear", kAny}, {"DateMonth", kAny}, {"DateDay", kAny}}}},
-                      {"Exclusions", ExclusionText(0, 3660)}}),
-                  1, 1);
-}
-BENCHMARK(WorstExclusions)->Name("Worst/Exclusions")->Iterations(1)->Repetitions(1);
+BENCHMARK_CAPTURE(Worst, searches, "worst-searches", 90'000)
+    ->Name("Worst/Searches")
+    ->Iterations(1)
+    ->Repetitions(1);
+BENCHMARK_CAPTURE(Worst, exclusions, "worst-exclusions", 1)
+    ->Name("Worst/Exclusions")
+    ->Iterations(1)
+    ->Repetitions(1);
 
 }  // namespace
 }  // namespace tollmere
