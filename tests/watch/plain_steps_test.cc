@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <utility>
 
 #include "foundation/system/debug_log.h"
 #include "launch/engine.h"
@@ -16,16 +17,22 @@
 namespace tollmere::testing {
 namespace {
 
-// Says at each ring how far the walk has come. One that fails leaves the walk in its midst.
+// Says at each ring how far the walk has come. The clock is set during its first; one that fails leaves the
+// walk.
 struct LoggingAlarm final : TLMAlarm {
   void Execute(bool first, bool second) override {
     System::DebugLog(Name + " rings, checked up to " + Text(CheckAlarmsTimer::dRecentCheck));
     if (fails) {
       throw NilObjectException();
     }
+    if (std::exchange(sets_clock, false)) {
+      AdvanceClock(40 * UniqueID - 60);
+    }
+    Engine::dLastLaunchAttempt = New<Date>();  // Nothing is launched in this minute.
     TLMAlarm::Execute(first, second);
   }
   bool fails = false;
+  bool sets_clock = true;
 };
 
 class PlainStepsTest : public StoreTest {
@@ -103,7 +110,6 @@ class PlainStepsTest : public StoreTest {
     SetClock(recent);
     CheckAlarmsTimer::dRecentCheck = New<Date>();
     SetClock(now);
-    Engine::dLastLaunchAttempt = New<Date>();  // Nothing is launched in this minute.
     try {
       plain ? PlainPass() : CheckAlarmsTimer::CheckAlarms(nullptr);
     } catch (const NilObjectException&) {
