@@ -12,7 +12,9 @@ namespace {
 void CheckFile(const Store& store, Findings& findings) {
   switch (store.state.kind) {
     case DomainState::Kind::kAbsent:
-      findings.push_back({nullptr, "", "there is no file " + store.state.path});
+      findings.push_back({nullptr, "",
+                          "there is no file " + store.state.path +
+                              (store.elsewhere.empty() ? "" : "; " + store.elsewhere + " is not read")});
       return;
     case DomainState::Kind::kUnreadable:
       findings.push_back({nullptr, "", store.state.path + " could not be read: " + store.state.problem});

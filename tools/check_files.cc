@@ -4,14 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <set>
 
+#include "application.h"
 #include "check.h"
 #include "foundation/system/application_bundle.h"
 #include "foundation/system/file_item.h"
-#include "launch/engine.h"
 #include "preferences/core_preferences.h"
 
 namespace tollmere {
@@ -44,21 +42,6 @@ std::string OtherWriters(const struct stat& status) {
                                                                        : "";
 }
 
-std::string StartProblem(const std::string& path) {
-  struct stat status {};
-  int error = stat(path.c_str(), &status) == 0 ? 0 : errno;
-  std::string executable = path;
-  if (error == 0 && S_ISDIR(status.st_mode)) {
-    const ApplicationBundle bundle = ReadApplicationBundle(path);
-    error = bundle.error;
-    executable = bundle.executable;
-  }
-  if (error == 0 && (access(executable.c_str(), X_OK) != 0 || stat(executable.c_str(), &status) != 0)) {
-    error = errno;
-  }
-  return error == ENOEXEC ? "it does not name its executable" : error != 0 ? std::strerror(error) : "";
-}
-
 }  // namespace
 
 void CheckWriters(const std::string& path, Findings& findings) {
@@ -87,25 +70,19 @@ void CheckApplication(Findings& findings) {
   if (!location.empty() && (stored == nullptr || !stored->Exists())) {
     findings.push_back({nullptr, "LastExeLocation", "leads nowhere: " + location});
   }
-  const Ref<FolderItem> application = Engine::TollmereAppFile();
-  if (application == nullptr || !application->Exists()) {
-    findings.push_back(
-        {nullptr, "",
-         "Tollmere is in none of the three places: not at LastExeLocation, not as an application "
-         "com.vendrel.Tollmere9 in " +
-             HomeFolder() + "/Applications or /Applications, not as /Applications/Tollmere.app"});
+  const MainApplication application = FindApplication();
+  if (application.path.empty()) {
+    findings.push_back({nullptr, "", "Tollmere is in none of the three places: " + application.problem});
     return;
   }
-  const std::string& path = application->Path();
-  const std::string problem = StartProblem(path);
-  if (!problem.empty()) {
-    findings.push_back({nullptr, "", "Tollmere at " + path + " cannot be started: " + problem});
+  if (!application.problem.empty()) {
+    findings.push_back(
+        {nullptr, "", "Tollmere at " + application.path + " cannot be started: " + application.problem});
   }
-  CheckWriters(path, findings);
-  const ApplicationBundle bundle = ReadApplicationBundle(path);
-  if (!bundle.executable.empty()) {
-    CheckWriters(bundle.executable, findings);
-    CheckWriters(path + "/Contents/Info.plist", findings);
+  CheckWriters(application.path, findings);
+  if (!application.executable.empty() && application.executable != application.path) {
+    CheckWriters(application.executable, findings);
+    CheckWriters(application.path + "/Contents/Info.plist", findings);
   }
 }
 

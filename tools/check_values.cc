@@ -188,7 +188,8 @@ void CheckKeys(const StoredAlarm& alarm, Findings& findings) {
     }
     if (FindKey(AlarmKeys(), key) == nullptr) {
       findings.push_back({&alarm, key, NotRead(key, names)});
-    } else {
+    } else if (std::none_of(alarm.problems.begin(), alarm.problems.end(),
+                            [&](const KeyProblem& problem) { return problem.key == key; })) {
       CheckValue(&alarm, key, value, findings);
     }
   }

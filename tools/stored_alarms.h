@@ -37,6 +37,7 @@ struct StoredAlarm {
 
 struct Store {
   DomainState state;
+  std::string elsewhere;       // of an absent file: where there is one that is not read; may be empty
   std::string alarms_problem;  // why there is no list; may be empty
   std::vector<StoredAlarm> alarms;
 };
