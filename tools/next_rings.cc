@@ -43,7 +43,7 @@ class Simulation {
   explicit Simulation(const std::vector<const StoredAlarm*>& alarms)
       : ring_past_alarms_(CorePreferencesModified::GetPrefsBoolValue("RingPastAlarms")) {
     for (const StoredAlarm* stored : alarms) {
-      if (stored->watched && stored->has_next) {
+      if (stored->watched && stored->problems.empty()) {
         watched_.push_back({stored, stored->alarm, PaceOf(*stored->alarm, *stored->stored), false});
         pace_ = std::max(pace_, watched_.back().pace);
       }

@@ -71,15 +71,17 @@ KeyProblem Malformed(const Entry& entry) {
   return NoDictionary(key, entry.second);
 }
 
-// As much of a malformed alarm as can be read: what is neither dictionary nor array.
-Ref<TLMAlarm> ReadScalars(const CFDictionaryMBS& stored) {
-  std::vector<Entry> scalars;
-  for (const Entry& entry : EntriesOf(stored)) {
-    if (!IsA<CFDictionaryMBS>(entry.second) && !IsA<CFArrayMBS>(entry.second)) {
-      scalars.push_back(entry);
+// As much of a malformed alarm as can be read, and what keeps the rest from it.
+void ReadPartly(StoredAlarm& stored, const CFDictionaryMBS& dictionary) {
+  std::vector<Entry> readable;
+  for (const Entry& entry : EntriesOf(dictionary)) {
+    if (IsReadable(*New<CFDictionaryMBS>(std::vector<Entry>{entry}))) {
+      readable.push_back(entry);
+    } else {
+      stored.problems.push_back(Malformed(entry));
     }
   }
-  return MakeAlarm(Convert(*New<CFDictionaryMBS>(std::move(scalars))));
+  stored.alarm = MakeAlarm(Convert(*New<CFDictionaryMBS>(std::move(readable))));
 }
 
 // Nothing limits a weekly search, and this one would not end.
@@ -92,12 +94,10 @@ bool IsMonthThatNeverComes(const TLMAlarm& alarm) {
 void FindNextRing(StoredAlarm& stored) {
   TLMAlarm& alarm = *stored.alarm;
   if (IsMonthThatNeverComes(alarm)) {
-    stored.has_next = false;
     stored.problems.push_back(
         {"WeeklyDaysMonth", std::to_string(alarm.WeeklyDaysMonth) +
                                 " is a month that never comes; the search for it has no end"});
   } else if (!SearchDeadline::Finishes([&] { alarm.SetNextRingTime(nullptr); })) {
-    stored.has_next = false;
     stored.problems.push_back({"", "the search for its next ring had come to no end when it was given up"});
   }
 }
@@ -115,12 +115,7 @@ void Read(StoredAlarm& stored) {
       stored.alarm = MakeAlarm(stored.stored);
     } catch (const IllegalCastException&) {
       stored.stored = nullptr;
-      stored.alarm = ReadScalars(*dictionary);
-      for (const Entry& entry : EntriesOf(*dictionary)) {
-        if (!IsReadable(*New<CFDictionaryMBS>(std::vector<Entry>{entry}))) {
-          stored.problems.push_back(Malformed(entry));
-        }
-      }
+      ReadPartly(stored, *dictionary);
     }
   }
   const TLMAlarm& alarm = *stored.alarm;
