@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 
+#include "application.h"
 #include "foundation/system/clock.h"
 #include "foundation/system/debug_log.h"
 #include "foundation/text.h"
@@ -56,7 +57,7 @@ Row RowOf(const StoredAlarm& stored) {
   const Ref<Date>& next = stored.alarm->NextRingDateTime;
   const bool is_alarm = IsA<CFDictionaryMBS>(stored.object);
   return {{next != nullptr                     ? MomentInWords(*next)
-           : stored.watched && stored.has_next ? "never"
+           : stored.watched ? "never"
                                                : "-",
            next != nullptr ? HowLong(*next) : "", is_alarm ? NameOf(stored) : "(no alarm)",
            is_alarm ? TimeInWords(*stored.alarm) : "", is_alarm ? ScheduleInWords(*stored.alarm) : ""},
@@ -133,25 +134,34 @@ double OrderOf(const StoredAlarm& stored) {
   return next != nullptr ? next->TotalSeconds() : std::numeric_limits<double>::infinity();
 }
 
-std::string StateInWords(const DomainState& state) {
-  switch (state.kind) {
+std::string StateInWords(const Store& store) {
+  switch (store.state.kind) {
     case DomainState::Kind::kAbsent:
-      return "there is no such file, and so no alarm";
+      return "there is no such file, and so no alarm" +
+             (store.elsewhere.empty() ? "" : "; " + store.elsewhere + " is not read");
     case DomainState::Kind::kUnreadable:
-      return "could not be read: " + EscapeForLog(state.problem);
+      return "could not be read: " + store.state.problem;
     case DomainState::Kind::kRead:
       break;
   }
-  return "read";
+  return store.alarms_problem.empty() ? "read" : "read, but " + store.alarms_problem;
 }
 
 }  // namespace
 
 std::string Head(const Store& store, const std::string& zone) {
-  std::string head = "Store:  " + EscapeForLog(store.state.path) + "\n        " + StateInWords(store.state) +
-                     (store.alarms_problem.empty() ? "" : ", but " + store.alarms_problem) + "\n";
+  const auto line = [](const std::string& label, const std::string& text) {
+    return Padded(label, 10) + EscapeForLog(text) + "\n";
+  };
   const Date now;
-  head += "Moment: " + MomentInWords(now) + StillClock::MomentText(now).substr(16) + " (" + zone + ")\n";
+  const MainApplication application = FindApplication();
+  std::string head =
+      line("Store:", store.state.path) + line("", StateInWords(store)) +
+      line("Tollmere:", application.path.empty() ? "not found: " + application.problem
+                        : application.problem.empty()
+                            ? application.path
+                            : application.path + ", which cannot be started: " + application.problem) +
+      line("Moment:", MomentInWords(now) + StillClock::MomentText(now).substr(16) + " (" + zone + ")");
   for (const StoredAlarm& stored : store.alarms) {
     if (stored.StopsTheAgent()) {
       head +=
@@ -193,7 +203,7 @@ std::string RingLines(const std::vector<Ring>& rings, const Terminal& terminal) 
 }
 
 std::string FindingLines(const std::vector<Finding>& findings) {
-  std::string lines;
+  std::string lines = findings.empty() ? "Nothing is wrong.\n" : "";
   for (const Finding& finding : findings) {
     if (finding.alarm != nullptr) {
       lines +=

@@ -98,10 +98,10 @@ int Answer(const Options& options, std::string& output) {
                          {options.form == Options::Form::kNext ? &rings : nullptr,
                           options.form == Options::Form::kCheck ? &findings : nullptr});
   } else {
-    output = Head(store, Zone());
-    output += options.form == Options::Form::kCheck  ? FindingLines(findings)
-              : options.form == Options::Form::kNext ? RingLines(rings, terminal)
-                                                     : Listing(store, terminal);
+    output = options.form == Options::Form::kCheck
+                 ? FindingLines(findings)
+                 : Head(store, Zone()) + (options.form == Options::Form::kNext ? RingLines(rings, terminal)
+                                                                               : Listing(store, terminal));
   }
   if (!complete) {
     std::fprintf(stderr, "tollmere-alarms: the search for more rings was given up after some seconds\n");

@@ -26,7 +26,7 @@ bool Within(std::int32_t value, std::int32_t first, std::int32_t last) {
 // the present day, or from the present minute.
 Pace PaceOf(const TLMAlarm& alarm, const Dictionary& stored) {
   const bool is_chime = alarm.Type == AlarmTypeHourlyChime;
-  if (is_chime ? !stored.HasKey("HourlyChimeMinute") : !stored.HasKey("Hour") || !stored.HasKey("Minute")) {
+  if (MissingTime(alarm, stored) != nullptr) {
     return Pace::kEveryMinute;
   }
   const bool is_known = Within(alarm.Type, AlarmTypeDate, AlarmTypeHourlyChime);
@@ -43,7 +43,7 @@ class Simulation {
   explicit Simulation(const std::vector<const StoredAlarm*>& alarms)
       : ring_past_alarms_(CorePreferencesModified::GetPrefsBoolValue("RingPastAlarms")) {
     for (const StoredAlarm* stored : alarms) {
-      if (stored->watched && stored->has_next) {
+      if (stored->watched && stored->problems.empty()) {
         watched_.push_back({stored, stored->alarm, PaceOf(*stored->alarm, *stored->stored), false});
         pace_ = std::max(pace_, watched_.back().pace);
       }
@@ -162,14 +162,24 @@ std::vector<Ring> NextRings(const std::vector<const StoredAlarm*>& alarms, std::
   return rings;
 }
 
-Ref<Date> FirstRing(const StoredAlarm& alarm) {
+std::optional<Ref<Date>> FirstRing(const StoredAlarm& alarm) {
   const Ref<Date>& next = alarm.alarm->NextRingDateTime;
   if (next == nullptr) {
-    return nullptr;
+    return Ref<Date>();
   }
   bool complete = true;
   const std::vector<Ring> rings = NextRings({&alarm}, 1, next->TotalSeconds() + 366 * kDay, complete);
-  return rings.empty() ? nullptr : rings.front().moment;
+  if (!complete) {
+    return std::nullopt;
+  }
+  return rings.empty() ? Ref<Date>() : rings.front().moment;
+}
+
+const char* MissingTime(const TLMAlarm& alarm, const Dictionary& stored) {
+  if (alarm.Type == AlarmTypeHourlyChime) {
+    return stored.HasKey("HourlyChimeMinute") ? nullptr : "HourlyChimeMinute";
+  }
+  return !stored.HasKey("Hour") ? "Hour" : !stored.HasKey("Minute") ? "Minute" : nullptr;
 }
 
 }  // namespace tollmere

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "foundation/date.h"
@@ -21,8 +22,12 @@ struct Ring {
 std::vector<Ring> NextRings(const std::vector<const StoredAlarm*>& alarms, std::size_t count, double last,
                             bool& complete);
 
-// The moment of the alarm's first ring, which need not be its next ring as it is reckoned now; Nil where that
-// one is Nil, and where none comes within a year after it.
-Ref<Date> FirstRing(const StoredAlarm& alarm);
+// The moment of the alarm's first ring, which need not be its next ring as it is computed now. Nil where that
+// one is Nil, and where none comes within a year after it; empty where that was not found out in time.
+std::optional<Ref<Date>> FirstRing(const StoredAlarm& alarm);
+
+// The first key of a time that the alarm needs and does not have, so that it stands on the present hour or
+// minute; else null.
+const char* MissingTime(const TLMAlarm& alarm, const Dictionary& stored);
 
 }  // namespace tollmere

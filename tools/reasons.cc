@@ -1,6 +1,7 @@
 #include "reasons.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -56,7 +57,7 @@ std::string Exclusion(const StoredAlarm& stored, const Ref<Date>& next) {
     const EmptyDomain none;
     const StoredAlarm free = WithoutExclusions(stored);
     if (SearchDeadline::Finishes([&] { free.alarm->SetNextRingTime(nullptr); })) {
-      first = FirstRing(free);
+      first = FirstRing(free).value_or(nullptr);
     }
   }
   if (first == nullptr || (next != nullptr && first->TotalSeconds() >= next->TotalSeconds())) {
@@ -80,39 +81,6 @@ bool AnyOf(const auto& flags) {
 }
 
 bool IsNoMonth(std::int32_t month) { return month != kAny && (month < 1 || month > 12); }
-
-// Why an alarm never rings, whatever the day; empty where that does not lie in its schedule.
-std::string NeverInItsSchedule(const TLMAlarm& alarm) {
-  const auto no_month = [](const char* key, std::int32_t month) {
-    return std::string(key) + " " + Str(month) + " is a month that never comes";
-  };
-  if (alarm.Type == AlarmTypeWeekly && !AnyOf(alarm.WeeklyDays)) {
-    return "no weekday is chosen";
-  }
-  if (alarm.Type == AlarmTypeWeeklyRelative) {
-    if (!AnyOf(alarm.WeeklyDaysRelative)) {
-      return "no weekday is chosen";
-    }
-    if (!AnyOf(alarm.WeeklyDaysRelativeOccurrences)) {
-      return "it is not chosen which of its weekdays in the month";
-    }
-    return IsNoMonth(alarm.WeeklyDaysRelativeMonth)
-               ? no_month("WeeklyDaysRelativeMonth", alarm.WeeklyDaysRelativeMonth)
-               : "";
-  }
-  const bool repeats = alarm.DateYear == kAny || alarm.DateMonth == kAny || alarm.DateDay == kAny;
-  if (alarm.Type == AlarmTypeDate && repeats) {
-    if (IsNoMonth(alarm.DateMonth)) {
-      return no_month("DateMonth", alarm.DateMonth);
-    }
-    const std::int64_t year = alarm.DateYear != kAny ? alarm.DateYear : 2000;
-    const int longest = alarm.DateMonth != kAny ? DaysInMonth(year, alarm.DateMonth) : 31;
-    if (alarm.DateDay != kAny && (alarm.DateDay < 1 || alarm.DateDay > longest)) {
-      return "DateDay " + Str(alarm.DateDay) + " is a day that never comes";
-    }
-  }
-  return {};
-}
 
 // Why there is no next ring, where neither the schedule itself nor an exclusion is to blame.
 std::string NothingAhead(const TLMAlarm& alarm) {
@@ -170,16 +138,18 @@ bool RangInThisMinute(const TLMAlarm& alarm) {
 }
 
 std::string WhyNotSooner(const StoredAlarm& stored) {
-  const TLMAlarm& alarm = *stored.alarm;
-  const Ref<Date> first = FirstRing(stored);
-  std::string why = WhyAnother(stored, first);
-  if (why.empty()) {
-    why = Exclusion(stored, first);
+  if (RangInThisMinute(*stored.alarm)) {
+    return "it rang in this minute";
   }
-  if (why.empty() && RangInThisMinute(alarm)) {
-    why = "it rang in this minute";
+  if (const char* missing = MissingTime(*stored.alarm, *stored.stored)) {
+    return std::string(missing) + " is missing, and that of the present moment is taken";
   }
-  return why;
+  const std::optional<Ref<Date>> first = FirstRing(stored);
+  if (!first.has_value()) {
+    return {};
+  }
+  const std::string why = WhyAnother(stored, *first);
+  return why.empty() ? Exclusion(stored, *first) : why;
 }
 
 std::string WhyNotWatched(const TLMAlarm& alarm) {
@@ -212,6 +182,38 @@ std::string WhyOf(const StoredAlarm& stored) {
 }
 
 }  // namespace
+
+std::string NeverInItsSchedule(const TLMAlarm& alarm) {
+  const auto no_month = [](const char* key, std::int32_t month) {
+    return std::string(key) + " " + Str(month) + " is a month that never comes";
+  };
+  if (alarm.Type == AlarmTypeWeekly && !AnyOf(alarm.WeeklyDays)) {
+    return "no weekday is chosen";
+  }
+  if (alarm.Type == AlarmTypeWeeklyRelative) {
+    if (!AnyOf(alarm.WeeklyDaysRelative)) {
+      return "no weekday is chosen";
+    }
+    if (!AnyOf(alarm.WeeklyDaysRelativeOccurrences)) {
+      return "it is not chosen which of its weekdays in the month";
+    }
+    return IsNoMonth(alarm.WeeklyDaysRelativeMonth)
+               ? no_month("WeeklyDaysRelativeMonth", alarm.WeeklyDaysRelativeMonth)
+               : "";
+  }
+  const bool repeats = alarm.DateYear == kAny || alarm.DateMonth == kAny || alarm.DateDay == kAny;
+  if (alarm.Type == AlarmTypeDate && repeats) {
+    if (IsNoMonth(alarm.DateMonth)) {
+      return no_month("DateMonth", alarm.DateMonth);
+    }
+    const std::int64_t year = alarm.DateYear != kAny ? alarm.DateYear : 2000;
+    const int longest = alarm.DateMonth != kAny ? DaysInMonth(year, alarm.DateMonth) : 31;
+    if (alarm.DateDay != kAny && (alarm.DateDay < 1 || alarm.DateDay > longest)) {
+      return "DateDay " + Str(alarm.DateDay) + " is a day that never comes";
+    }
+  }
+  return {};
+}
 
 void FindReasons(std::vector<StoredAlarm>& alarms) {
   for (StoredAlarm& alarm : alarms) {

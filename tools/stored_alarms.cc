@@ -1,8 +1,10 @@
 #include "stored_alarms.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
+#include "foundation/system/file_item.h"
 #include "preferences/core_preferences.h"
 #include "preferences/global_methods.h"
 #include "search_deadline.h"
@@ -69,53 +71,73 @@ KeyProblem Malformed(const Entry& entry) {
   return NoDictionary(key, entry.second);
 }
 
-// As much of a malformed alarm as can be read: what is neither dictionary nor array.
-Ref<TLMAlarm> ReadScalars(const CFDictionaryMBS& stored) {
-  std::vector<Entry> scalars;
-  for (const Entry& entry : EntriesOf(stored)) {
-    if (!IsA<CFDictionaryMBS>(entry.second) && !IsA<CFArrayMBS>(entry.second)) {
-      scalars.push_back(entry);
+// As much of a malformed alarm as can be read, and what keeps the rest from it.
+void ReadPartly(StoredAlarm& stored, const CFDictionaryMBS& dictionary) {
+  std::vector<Entry> readable;
+  for (const Entry& entry : EntriesOf(dictionary)) {
+    if (IsReadable(*New<CFDictionaryMBS>(std::vector<Entry>{entry}))) {
+      readable.push_back(entry);
+    } else {
+      stored.problems.push_back(Malformed(entry));
     }
   }
-  return MakeAlarm(Convert(*New<CFDictionaryMBS>(std::move(scalars))));
+  stored.alarm = MakeAlarm(Convert(*New<CFDictionaryMBS>(std::move(readable))));
+}
+
+// Nothing limits a weekly search, and this one would not end.
+bool IsMonthThatNeverComes(const TLMAlarm& alarm) {
+  return alarm.Type == AlarmTypeWeekly && alarm.WeeklyDaysMonth != kAny &&
+         (alarm.WeeklyDaysMonth < 1 || alarm.WeeklyDaysMonth > 12) &&
+         std::find(alarm.WeeklyDays.begin(), alarm.WeeklyDays.end(), true) != alarm.WeeklyDays.end();
+}
+
+void FindNextRing(StoredAlarm& stored) {
+  TLMAlarm& alarm = *stored.alarm;
+  if (IsMonthThatNeverComes(alarm)) {
+    stored.problems.push_back(
+        {"WeeklyDaysMonth", std::to_string(alarm.WeeklyDaysMonth) +
+                                " is a month that never comes; the search for it has no end"});
+  } else if (!SearchDeadline::Finishes([&] { alarm.SetNextRingTime(nullptr); })) {
+    stored.problems.push_back({"", "the search for its next ring had come to no end when it was given up"});
+  }
 }
 
 void Read(StoredAlarm& stored) {
   const auto* dictionary = If<CFDictionaryMBS>(stored.object);
   if (dictionary == nullptr) {
     stored.alarm = TLMAlarm::Make();
+    stored.alarm->UniqueID = -1;
     stored.alarm->Type = -1;
     stored.problems.push_back({"", "it is " + KindInWords(stored.object) + ", no alarm, and passed over"});
-    return;
-  }
-  try {
-    stored.stored = Convert(*dictionary);
-    stored.alarm = MakeAlarm(stored.stored);
-  } catch (const IllegalCastException&) {
-    stored.stored = nullptr;
-    stored.alarm = ReadScalars(*dictionary);
-    for (const Entry& entry : EntriesOf(*dictionary)) {
-      if (!IsReadable(*New<CFDictionaryMBS>(std::vector<Entry>{entry}))) {
-        stored.problems.push_back(Malformed(entry));
-      }
+  } else {
+    try {
+      stored.stored = Convert(*dictionary);
+      stored.alarm = MakeAlarm(stored.stored);
+    } catch (const IllegalCastException&) {
+      stored.stored = nullptr;
+      ReadPartly(stored, *dictionary);
     }
-    return;
   }
   const TLMAlarm& alarm = *stored.alarm;
-  stored.watched = alarm.Type != AlarmTypeTimer && alarm.Enabled() && !alarm.IsPreset;
-  if (!stored.watched) {
-    stored.alarm->NextRingDateTime = nullptr;
-  } else if (!SearchDeadline::Finishes([&] { stored.alarm->SetNextRingTime(nullptr); })) {
-    stored.has_next = false;
-    stored.alarm->NextRingDateTime = nullptr;
-    const bool is_no_month = alarm.Type == AlarmTypeWeekly && alarm.WeeklyDaysMonth != kAny &&
-                             (alarm.WeeklyDaysMonth < 1 || alarm.WeeklyDaysMonth > 12);
-    stored.problems.push_back(
-        is_no_month
-            ? KeyProblem{"WeeklyDaysMonth", std::to_string(alarm.WeeklyDaysMonth) +
-                                                " is a month that never comes; the search for it has no end"}
-            : KeyProblem{"", "the search for its next ring had come to no end when it was given up"});
+  stored.alarm->NextRingDateTime =
+      nullptr;  // Reading it has worked one out, from fields that were half read.
+  stored.watched =
+      stored.stored != nullptr && alarm.Type != AlarmTypeTimer && alarm.Enabled() && !alarm.IsPreset;
+  if (stored.watched) {
+    FindNextRing(stored);
   }
+}
+
+// Where the file also could lie, and would not be read; empty for nowhere.
+std::string Elsewhere(const std::string& path) {
+  const std::string name = path.substr(path.rfind('/'));
+  for (const char* folder : {"/.config", "/Library/Preferences"}) {
+    const FolderItem item(HomeFolder() + folder + name);
+    if (item.Exists()) {
+      return item.Path();
+    }
+  }
+  return {};
 }
 
 }  // namespace
@@ -163,6 +185,9 @@ Store ReadStore() {
   const Ref<CFStringMBS> domain = CorePreferencesModified::TLMDomain();
   Store store;
   store.state = service->StateOf(domain);
+  if (store.state.kind == DomainState::Kind::kAbsent) {
+    store.elsewhere = Elsewhere(store.state.path);
+  }
   const Ref<CFObjectMBS> list = service->CopyAppValue(NewCFStringMBS("Alarms"), domain);
   const auto* const array = If<CFArrayMBS>(list);
   if (array == nullptr) {

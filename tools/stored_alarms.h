@@ -27,7 +27,6 @@ struct StoredAlarm {
   Ref<Dictionary> stored;            // Nil where a reload would end at it
   Ref<TLMAlarm> alarm;               // never Nil; of a malformed one as much as could be read
   bool watched = false;              // enabled, no preset, no countdown
-  bool has_next = true;              // false: the search for its next ring was given up
   std::string why;                   // it does not ring as one may think; may be empty
   std::vector<KeyProblem> problems;  // for which the agent does not get past it, or passes over it
 
@@ -37,6 +36,7 @@ struct StoredAlarm {
 
 struct Store {
   DomainState state;
+  std::string elsewhere;       // of an absent file: where there is one that is not read; may be empty
   std::string alarms_problem;  // why there is no list; may be empty
   std::vector<StoredAlarm> alarms;
 };

@@ -1,0 +1,210 @@
+#!/usr/bin/env python3
+"""The built tollmere-alarms, with stores and a home of its own: alarms_test.py PROGRAM [TEST...]"""
+import datetime
+import fcntl
+import json
+import os
+import plistlib
+import pty
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+import termios
+import unicodedata
+import unittest
+
+PROGRAM = os.path.abspath(sys.argv.pop(1))
+TOLD = os.path.dirname(os.path.abspath(__file__)) + "/../data/alarms_told.txt"
+FLAGS = {"WeeklyDays": "WeeklyDayEnabled", "WeeklyDaysRelative": "WeeklyDayRelativeEnabled",
+         "WeeklyDaysRelativeOccurences": "WeeklyDayRelativeOccurEnabled"}
+NAMES = ["Wecker", "起床時間です、朝ごはん", "한국어 알람", "مواعيد الدواء", "e\u0301tude", "🎄🎁", "a\nb\x1b[31m", "long " * 30]
+
+
+def seconds(moment):
+    return int((datetime.datetime.fromisoformat(moment) - datetime.datetime(1904, 1, 1)).total_seconds())
+
+
+def value_of(key, text):
+    if text[0] in '"[{' or text in ("true", "false"):
+        return json.loads(text)
+    if key == "Exclusions":
+        return ",".join(str(seconds(day)) for day in text.split(","))
+    if key in FLAGS:
+        return {"x" + index: {FLAGS[key]: True} for index in text.split(",")}
+    return seconds(text) if key == "LastRungDateTime" else float(text) if "." in text else int(text)
+
+
+def stored(words):
+    if words.isdigit():
+        return int(words)
+    return {key: value_of(key, text) for key, text in re.findall(r'(\w+)=("[^"]*"|\S+)', words)}
+
+
+def columns(text):
+    return sum(0 if unicodedata.combining(c) else 2 if unicodedata.east_asian_width(c) in "WF" else 1 for c in text)
+
+
+class AlarmsTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.home = self.folder.name
+        self.store_path = self.home + "/com.vendrel.Tollmere9.plist"
+        self.environment = {"HOME": self.home, "XDG_CONFIG_HOME": self.home, "PATH": "/usr/bin:/bin", "TZ": "UTC"}
+
+    def tearDown(self):
+        self.folder.cleanup()
+
+    def bundle(self):
+        path = self.home + "/Applications/Tollmere.app"
+        os.makedirs(path + "/Contents/MacOS")
+        with open(path + "/Contents/Info.plist", "wb") as file:
+            plistlib.dump({"CFBundleIdentifier": "com.vendrel.Tollmere9", "CFBundleExecutable": "Tollmere"}, file)
+        os.symlink("/bin/true", path + "/Contents/MacOS/Tollmere")
+        return path
+
+    def store(self, alarms, more={}):
+        with open(self.store_path, "wb") as file:
+            plistlib.dump(dict(more, Alarms=alarms), file, fmt=plistlib.FMT_BINARY)
+
+    def ask(self, *options):
+        return subprocess.run([PROGRAM, *options], env=self.environment, capture_output=True, text=True)
+
+    def json(self, *options):
+        return json.loads(self.ask("--json", *options).stdout)
+
+    def test_what_is_told_of_stored_alarms(self):
+        self.bundle()
+        with open(TOLD, encoding="utf-8") as file:
+            rows = [[cell.strip() for cell in line.split("|")] for line in file if line[0] not in "#\n"]
+        for kind, *row in rows:
+            with self.subTest(row=" | ".join(row)):
+                getattr(self, "told_" + kind)(*row)
+
+    def told_why(self, moment, next_ring, why, listed, words, domain=""):
+        self.store([stored(words)], stored(domain))
+        alarm = self.json("--at", moment)["alarms"][0]
+        self.assertEqual(alarm["next_ring"] or ("never" if alarm["watched"] else "-"), next_ring)
+        self.assertEqual(alarm["why"] or "-", why)
+        listed = (listed + ("" if why == "-" else " " + why)).split()
+        self.assertIn(" ".join(listed), " ".join(self.ask("--at", moment).stdout.split()))
+
+    def told_next(self, moment, rings, words, domain=""):
+        day, time, *self.environment["TZ"] = moment.split()
+        self.environment["TZ"] = "".join(self.environment["TZ"]) or "UTC"
+        self.store([stored(words)], stored(domain))
+        count = len(rings.split())
+        told = self.json("--at", f"{day} {time}", "--next", str(count or 3))["rings"]
+        self.assertEqual([ring["moment"] for ring in told], rings.split())
+        self.assertEqual(self.ask("--at", f"{day} {time}", "--next", "9").stdout.count("(no name)"), 9 if count > 1 else count)
+
+    def told_check(self, found, words, domain=""):
+        self.store([stored(words)], stored(domain))
+        told = self.ask("--check")
+        self.assertEqual(sorted(line.removeprefix('0 "": ').removeprefix('0 "a": ') for line in told.stdout.splitlines()),
+                         sorted(found.split(" ;; ")) if found else ["Nothing is wrong."])
+
+    def test_stores_that_cannot_be_read(self):
+        for content, state, problem, status in ((None, "absent", None, 0), (b"<plist><dict>", "unreadable", "line 1", 2),
+                                                (b"bplist00 and no more", "unreadable", "byte", 2),
+                                                (b"<plist><string/></plist>", "unreadable", "no dictionary", 2),
+                                                (b" " * (16 * 1024 * 1024 + 1), "unreadable", "16 MiB", 2),
+                                                ("folder", "unreadable", "regular file", 2),
+                                                ("link", "unreadable", "No such file", 2),
+                                                (plistlib.dumps({"Alarms": "x"}), "read", "not an array", 1)):
+            with self.subTest(content=content and content[:30]):
+                if content == "folder":
+                    os.mkdir(self.store_path)
+                elif content == "link":
+                    os.symlink("nowhere", self.store_path)
+                elif content:
+                    with open(self.store_path, "wb") as file:
+                        file.write(content)
+                told = self.ask("--json")
+                top = json.loads(told.stdout)
+                self.assertEqual((top["store"], top["state"], told.returncode), (self.store_path, state, status))
+                self.assertIn(problem or "None", str(top["problem"]))
+                self.assertIn(self.store_path, self.ask().stdout)
+                self.assertEqual(self.ask("--check").returncode, status or 1)
+                subprocess.run(["rm", "-rf", self.store_path], check=True)
+
+    def test_what_keeps_all_alarms_from_ringing_hides_none(self):
+        daily = {"Name": "d", "UniqueID": 5, "DateYear": -1, "DateMonth": -1, "DateDay": -1, "Hour": 7, "Minute": 0}
+        self.store([daily, {"Name": "bad", "WeeklyDays": 1}, dict(daily, Name="e"),
+                    dict(daily, Exclusions=",".join(str(i * 86400) for i in range(44000, 60000)))])
+        told = self.ask("--at", "2027-06-15 10:20:30")
+        self.assertEqual((told.stdout.count("2027-06-16 07:00"), told.returncode), (2, 1))
+        self.assertIn('No alarm rings at all until "bad" has been put right.', told.stdout)
+        self.assertEqual(self.json("--next", "5")["rings"], [])
+        self.assertIn('2 "e": UniqueID 5 is that of alarm 0, too', self.ask("--check").stdout)
+
+    def test_a_search_without_an_end_is_given_up(self):
+        every_day = ",".join(str(i * 86400) for i in range(45000, 45400))
+        self.store([{"Name": "w", "AlarmType": 1, "WeeklyDays": {"x1": {"WeeklyDayEnabled": True}}, "WeeklyDaysMonth": 2.5,
+                     "Exclusions": every_day}, {"Name": "z", "WeeklyDaysMonth": 13}])
+        self.assertNotIn("given up", self.ask("--at", "2027-06-15 10:20:30").stdout)
+
+    def test_where_the_main_application_is_and_who_may_write(self):
+        self.store([])
+        for change, found in ((lambda: None, "Tollmere is in none of the three places"),
+                              (self.bundle, "Nothing is wrong."),
+                              (lambda: os.chmod(self.store_path, 0o666), self.store_path + " may be written by every user"),
+                              (lambda: os.remove(self.home + "/Applications/Tollmere.app/Contents/MacOS/Tollmere"),
+                               "cannot be started: No such file"),
+                              (lambda: self.store([], {"LastExeLocation": b"/no/where"}), "LastExeLocation leads nowhere: /no/where")):
+            change()
+            told = self.ask("--check")
+            self.assertIn(found, told.stdout)
+            self.assertEqual(told.returncode, 0 if found[0] == "N" else 1)
+        self.assertIn("cannot be started", self.ask().stdout)
+        os.makedirs(self.home + "/.config")
+        os.rename(self.store_path, self.home + "/.config/com.vendrel.Tollmere9.plist")
+        self.assertIn("there is no such file, and so no alarm; " + self.home + "/.config/", self.ask().stdout)
+
+    def test_options(self):
+        for options in (["--unknown"], ["-x"], ["word"], ["--next", "0"], ["--next", "x"], ["--next"], ["--at", "2027-02-29 10:00"],
+                        ["--at", "2027-02-28 10:00:60"], ["--at", "tomorrow"], ["--next", "1", "--check"]):
+            told = self.ask(*options)
+            self.assertEqual((told.returncode, told.stdout, told.stderr.count("\n")), (2, "", 1), options)
+        self.assertTrue(self.ask("--version").stdout.startswith("tollmere-alarms "))
+        self.assertIn("--store FILE", self.ask("--help").stdout)
+        self.environment["TZ"] = "Europe/Berlin"
+        self.assertEqual(self.ask("--at", "2027-03-28 02:30").returncode, 2)
+        self.assertEqual(self.json("--at", "2027-03-28 03:30")["zone"], "CEST, UTC+02:00")
+        os.rename(self.bundle() + "/Contents/Info.plist", self.home + "/other.plist")
+        self.assertEqual(self.json("--store", self.home + "/other.plist")["state"], "read")
+
+    def test_columns_line_up_with_names_of_any_script(self):
+        self.store([{"Name": name, "UniqueID": i, "AlarmType": 1, "Hour": 9, "Minute": 5} for i, name in enumerate(NAMES)])
+        self.assertEqual([alarm["name"] for alarm in self.json()["alarms"]], NAMES)
+        for width, colours in ((0, False), (80, False), (120, True)):
+            lines = self.lines_on_terminal(width, colours) if width else self.ask().stdout.splitlines()
+            text = "\n".join(lines)
+            self.assertEqual("\x1b[" in text, False)
+            rows = [line for line in lines if line.startswith("never")]
+            self.assertEqual(len(rows), len(NAMES), text)
+            starts = {columns(line[:line.index("  09:05")]) for line in rows if not line.startswith("never    long")}
+            self.assertEqual(len(starts), 1, text)
+            if width:
+                self.assertLessEqual(max(columns(line) for line in rows), width, text)
+                self.assertEqual(text.count("…"), 1)
+
+    def lines_on_terminal(self, width, colours):
+        master, slave = pty.openpty()
+        fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("HHHH", 50, width, 0, 0))
+        environment = dict(self.environment, TERM="xterm", LC_ALL="C.UTF-8", **({} if colours else {"NO_COLOR": "1"}))
+        subprocess.run([PROGRAM], env=environment, stdout=slave, check=True)
+        os.close(slave)
+        text = b""
+        try:
+            while chunk := os.read(master, 65536):
+                text += chunk
+        except OSError:
+            pass  # the end
+        os.close(master)
+        return text.decode().splitlines()
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
