@@ -12,8 +12,11 @@ namespace {
 
 using NextRingTimeTest = StoreTest;
 
-TEST_F(NextRingTimeTest, Timetable) {
-  for (const auto& row : Table("next_ring_times.txt")) {
+class TimetableTest : public StoreTest, public ::testing::WithParamInterface<Section> {};
+
+TEST_P(TimetableTest, Agrees) {
+  for (const std::string& line : GetParam().lines) {
+    const std::vector<std::string> row = Cells(line);
     SetClock(row[0]);
     Store(ListXml({}, row.size() > 3 && !row[3].empty() ? "Exclusions=" + row[3] : ""));
     CorePreferencesModified::Sync();
@@ -23,9 +26,11 @@ TEST_F(NextRingTimeTest, Timetable) {
       from->SetTotalSeconds(row[4] == "the end" ? 1e300 : TotalSeconds(row[4]));
     }
     alarm->SetNextRingTime(from);
-    EXPECT_EQ(Text(alarm->NextRingDateTime), row[1]) << row[0] << "  " << row[2];
+    EXPECT_EQ(Text(alarm->NextRingDateTime), row[1]) << line;
   }
 }
+INSTANTIATE_TEST_SUITE_P(Schedule, TimetableTest, ::testing::ValuesIn(Sections("next_ring_times.txt", "## ")),
+                         [](const auto& section) { return section.param.name; });
 
 // The calendar says by itself which occurrence of its weekday a day is, from either end.
 TEST_F(NextRingTimeTest, WeeklyRelativeAgreesWithTheCalendar) {

@@ -1,5 +1,7 @@
 #include "support/files.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -80,12 +82,31 @@ std::vector<std::vector<std::string>> Table(const std::string& name) {
     if (line.empty() || line.front() == '#') {
       continue;
     }
-    rows.emplace_back();
-    for (const std::string& cell : Parts(line, "|")) {
-      rows.back().push_back(Decode(cell));
-    }
+    rows.push_back(Cells(line));
   }
   return rows;
+}
+
+std::vector<std::string> Cells(const std::string& row) {
+  std::vector<std::string> cells = Parts(row, "|");
+  std::transform(cells.begin(), cells.end(), cells.begin(), Decode);
+  return cells;
+}
+
+std::vector<Section> Sections(const std::string& file, const std::string& mark) {
+  std::vector<Section> sections;
+  std::istringstream lines(ReadWholeFile(TEST_DATA "/" + file));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with(mark)) {
+      sections.push_back({line.substr(mark.size()), {}});
+      std::string& name = sections.back().name;
+      std::replace_if(
+          name.begin(), name.end(), [](char c) { return !isalnum(c); }, '_');
+    } else if (!line.empty() && line.front() != '#' && !sections.empty()) {
+      sections.back().lines.push_back(line);
+    }
+  }
+  return sections;
 }
 
 }  // namespace tollmere::testing

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <vector>
 
 #include "launch/engine.h"
@@ -17,9 +16,6 @@ namespace {
 class ScenarioTest : public StoreTest {
  protected:
   void Begin() {
-    SetUp();
-    alarms_.clear();
-    domain_.clear();
     bundle_ = folder_.WriteBundle("Tollmere.app", "", "com.vendrel.Tollmere9");
     std::filesystem::permissions(bundle_ + "/Contents/MacOS/Tollmere", std::filesystem::perms::none);
   }
@@ -32,9 +28,7 @@ class ScenarioTest : public StoreTest {
   void Do(const std::string& command, const std::string& text) {
     const std::string words = text.substr(text.find(' ') + 1);
     const auto number = [&] { return std::stoi(text); };
-    if (command == "new") {
-      Begin();
-    } else if (command == "alarm") {
+    if (command == "alarm") {
       text == "none" ? alarms_.clear() : alarms_.push_back(text);
     } else if (command == "domain") {
       domain_ = text + " ";
@@ -64,22 +58,22 @@ class ScenarioTest : public StoreTest {
   std::vector<std::string> log_;  // of the last tick, as far as no line has been compared with it
 };
 
-TEST_F(ScenarioTest, FromTheStoreToTheLog) {
-  std::ifstream lines(TEST_DATA "/scenarios.txt");
-  int number = 0;
-  for (std::string line; std::getline(lines, line);) {
-    SCOPED_TRACE("line " + std::to_string(++number) + ": " + line);
+class ScenarioTextTest : public ScenarioTest, public ::testing::WithParamInterface<Section> {};
+
+TEST_P(ScenarioTextTest, FromTheStoreToTheLog) {
+  Begin();
+  for (const std::string& line : GetParam().lines) {
+    SCOPED_TRACE(line);
     const std::string command = line.substr(0, line.find(' '));
-    if (line.empty() || line.front() == '#') {
-      continue;
-    }
-    if (command == "new" || command == "tick") {
+    if (command == "tick") {
       EXPECT_EQ(log_, std::vector<std::string>()) << "not expected";
-      log_.clear();
     }
     Do(command, line.substr(command.size() + 1));
   }
+  EXPECT_EQ(log_, std::vector<std::string>()) << "not expected";
 }
+INSTANTIATE_TEST_SUITE_P(Scenarios, ScenarioTextTest, ::testing::ValuesIn(Sections("scenarios.txt", "new ")),
+                         [](const auto& section) { return section.param.name; });
 
 TEST_F(ScenarioTest, AMomentThatPassesBetweenReloadAndPass) {
   Store(ListXml({"UniqueID=1 DateYear=-1 DateMonth=-1 DateDay=-1 Hour=10 Minute=0"}, "RingPastAlarms=true"));
