@@ -22,11 +22,24 @@ need_packages() {
   if [ "$(id -u)" -ne 0 ]; then
     as_root=(sudo)
   fi
+  if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
+    printf 'There is no sudo here. Run this as root, then try again:\n  apt-get update && apt-get install %s\n' "${missing[*]}" >&2
+    exit 1
+  fi
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o Acquire::Retries=3 update
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o Acquire::Retries=3 \
     install --no-install-recommends "${missing[@]}"
 }
 
-# What every build takes.
+# Configures and builds a preset. What configuring says is shown only if it fails.
+build_preset() {
+  mkdir -p build
+  cmake --preset "$1" >"build/$1.log" 2>&1 || { cat "build/$1.log"; exit 1; }
+  cmake --build --preset "$1"
+}
+
+# What every build takes, and what the tests take beside it.
 # shellcheck disable=SC2034 # The scripts that source this file use it.
 build_packages=(g++ cmake ninja-build)
+# shellcheck disable=SC2034
+test_packages=(libgtest-dev python3 libplist-utils tzdata procps)
