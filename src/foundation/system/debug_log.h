@@ -10,7 +10,8 @@ namespace System {
 
 // Writes one line to standard error. Control characters, line separators and bytes that are no UTF-8 are
 // written escaped, so that one call is one line whatever the text holds. It never blocks and never
-// fails: a line that a full pipe would not take is dropped, and a closed log is no error.
+// fails: a line that a full pipe would not take is dropped, and so is all that would go to a terminal of
+// another user; a closed log is no error. Without memory a line is cut to 127 bytes.
 void DebugLog(std::string_view text) noexcept;
 
 }  // namespace System
