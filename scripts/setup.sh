@@ -42,4 +42,4 @@ build_preset() {
 # shellcheck disable=SC2034 # The scripts that source this file use it.
 build_packages=(g++ cmake ninja-build)
 # shellcheck disable=SC2034
-test_packages=(libgtest-dev python3 libplist-utils tzdata procps)
+test_packages=(libgtest-dev python3 libplist-utils locales tzdata procps)
