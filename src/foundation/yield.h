@@ -1,15 +1,15 @@
-// The end of the process, and how long work notices that it has been asked for.
+// The end of the process, and how long-running work notices that it is requested.
 #pragma once
 
 #include <atomic>
 
 namespace tollmere {
 
-// Thrown by Yield once the end of the process has been asked for, and caught by RunApplication alone. It is
-// no std::exception, so that no handler of errors takes it for one.
+// Thrown by Yield once the end of the process is requested, and caught only by RunApplication. It is no
+// std::exception, so that no handler of errors catches it.
 struct EndOfProcess {};
 
-// Whether the process is to end. The agent never takes back what was asked for.
+// Whether the end of the process is requested. The agent never takes a request back.
 class ProcessEnd {
  public:
   // May be called from a signal handler.
@@ -27,8 +27,8 @@ class ProcessEnd {
 // Throws EndOfProcess.
 [[noreturn]] void ThrowEndOfProcess();
 
-// Every loop that can run long calls this once an iteration. It leaves the work at hand by throwing
-// EndOfProcess when the process is to end, and does nothing else: no timer fires in it. Costs one load.
+// Every loop that can run long calls this once an iteration. Throws EndOfProcess if the end of the process is
+// requested, and does nothing else: no timer fires in it. Costs one load.
 inline void Yield() {
   if (ProcessEnd::IsRequested()) [[unlikely]] {
     ThrowEndOfProcess();

@@ -7,22 +7,22 @@
 
 namespace tollmere {
 
-// The fields are put onto the candidate in the order year, month, day, and each of them rolls over at
-// once. On the last days of a month the date can thus land a month late: on 31 January, 10 February
-// becomes 10 March. That is meant, and so is that nothing resets the day first: it shows only while
-// today is such a day, and the next reload after the month has turned gives the true date.
+// Year, month and day are assigned in this order, and each rolls over at once. On the last days of a month
+// the result can be a month late: on 31 January, 10 February becomes 10 March. This is intended, and the day
+// is not reset first. It lasts only as long as today is such a day: the first reload of the next month gives
+// the true date.
 void TLMAlarm::SetNextRingTime_Date(std::optional<Date>& dNext, const Date& dStart) const {
   if (DateDay != kAny && DateMonth != kAny && DateYear != kAny) {
     dNext->SetYear(DateYear);
     dNext->SetMonth(DateMonth);
     dNext->SetDay(DateDay);
     if (IsExcluded(*dNext)) {
-      dNext.reset();  // A date that comes but once has no other day to move on to.
+      dNext.reset();  // A date that comes only once has no other day.
     }
     return;
   }
 
-  // The hour and minute come from the candidate, where they have been brought into range.
+  // The hour and minute are read from the candidate, where they are within their ranges.
   Date dTry;
   dTry.SetTotalSeconds(dStart.TotalSeconds());
   dTry.SetHour(dNext->Hour());
@@ -45,7 +45,7 @@ void TLMAlarm::SetNextRingTime_Date(std::optional<Date>& dNext, const Date& dSta
         (DateDay != kAny && DateDay != dTry.Day())) {
       continue;
     }
-    // Asked last, since it reads the global list afresh.
+    // Asked last, since it reads the global list anew.
     if (IsExcluded(dTry)) {
       continue;
     }

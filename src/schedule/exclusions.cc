@@ -18,7 +18,7 @@ bool HoldsDay(const std::vector<CivilDate>& days, CivilDate day) {
 }  // namespace
 
 bool TLMAlarm::IsDayExcluded(CivilDate day) const {
-  // The global list is read, afresh, only when the alarm's own has not answered.
+  // The global list is read anew, but only if the alarm's own does not hold the day.
   return HoldsDay(Exclusions, day) || HoldsDay(LocalPreferences::Exclusions_Get(), day);
 }
 

@@ -13,9 +13,8 @@ void TLMAlarm::SetNextRingTime(const Ref<Date>& d) {
     return;
   }
 
-  // The floor: the earliest moment at which the next ring may stand. Only the minute counts, and an alarm
-  // that rang in this very minute looks ahead from the next one. A last ring that was stored with
-  // seconds never equals it.
+  // The floor: the earliest moment of the next ring. Only the minute counts, and an alarm that rang in this
+  // minute starts from the next one. A last ring stored with seconds never equals the floor.
   Date dStart;
   if (d != nullptr) {
     dStart.SetTotalSeconds(d->TotalSeconds());
@@ -25,7 +24,7 @@ void TLMAlarm::SetNextRingTime(const Ref<Date>& d) {
     dStart.SetMinute(dStart.Minute() + 1);
   }
 
-  // The candidate always begins on the present day, whatever `d` says.
+  // The candidate always starts on the present day, also if `d` is another.
   std::optional<Date> dNext;
   dNext.emplace();
   dNext->SetHour(Hour);
@@ -49,7 +48,7 @@ void TLMAlarm::SetNextRingTime(const Ref<Date>& d) {
       SetNextRingTime_Timer(dNext, dStart, d);
       break;
     default:
-      break;  // The candidate stands as it is.
+      break;  // The candidate stays as it is.
   }
 
   if (dNext.has_value() && dNext->WholeSeconds() >= dStart.WholeSeconds()) {

@@ -1,5 +1,5 @@
-// Weekly alarms, hourly chimes and countdown timers. None of these searches has a bound: each ends when
-// it has found its moment.
+// Weekly alarms, hourly chimes and countdown timers. These searches have no bound: each ends when it has
+// found its moment.
 #include <cmath>
 
 #include "foundation/text.h"
@@ -10,9 +10,9 @@ namespace tollmere {
 namespace {
 
 // How many whole steps of `unit` seconds lie between the candidate and a later floor. An hour or a minute of
-// 32 bits can put the candidate 250,000 years before the floor: these steps are taken at once. 0 beyond the
-// moments that a double counts in single seconds, up to the end of the calendar, where a step may lead
-// elsewhere than the sum of many: there they are taken one by one.
+// 32 bits can put the candidate 250,000 years before the floor; these steps are taken at once. 0 where a
+// double cannot count single seconds, or at the end of the calendar: there many steps at once can lead
+// elsewhere than one after the other.
 std::int32_t StepsToFloor(const Date& candidate, const Date& floor, std::int64_t unit) {
   constexpr double kExact = 4'503'599'627'370'496.0;  // 2^52
   const double from = candidate.TotalSeconds();
@@ -25,9 +25,9 @@ std::int32_t StepsToFloor(const Date& candidate, const Date& floor, std::int64_t
 
 }  // namespace
 
-// Year, month and day are put onto the candidate as in the search for date alarms, with the same effect
-// on the last days of a month: on 31 March, Thursday 1 April becomes 1 May. An alarm that is confined to a
-// month that does not exist searches until the process is asked to end.
+// Year, month and day are assigned as in the search for date alarms, with the same effect on the last days of
+// a month: on 31 March, Thursday 1 April becomes 1 May. The search for a month that does not exist goes on
+// until the end of the process is requested.
 void TLMAlarm::SetNextRingTime_Weekly(std::optional<Date>& dNext, const Date& dStart) const {
   Date dTry;
   dTry.SetTotalSeconds(dStart.TotalSeconds());
@@ -69,9 +69,8 @@ void TLMAlarm::SetNextRingTime_Weekly(std::optional<Date>& dNext, const Date& dS
   }
 }
 
-// The day is tested for exclusion before the chime's minute is set, and only then: the hour that is
-// added behind it can carry over midnight into an excluded day, and the chime stands there all the
-// same. That is meant.
+// The day is tested for exclusion before the chime's minute is assigned, and not again. The hour that is
+// added after that can carry over midnight into an excluded day, and the chime rings there. This is intended.
 void TLMAlarm::SetNextRingTime_HourlyChime(std::optional<Date>& dNext, const Date& dStart) const {
   dNext->SetTotalSeconds(dStart.TotalSeconds());
   while (IsExcluded(*dNext)) {
@@ -89,8 +88,8 @@ void TLMAlarm::SetNextRingTime_HourlyChime(std::optional<Date>& dNext, const Dat
   }
 }
 
-// A countdown runs from the full moment, with its seconds, and takes no notice of the last ring: the floor
-// moves to that moment. The length is computed in 32 bits and wraps.
+// A countdown starts from the full moment, with its seconds, and ignores the last ring, so the floor becomes
+// that moment. The length is computed in 32 bits and wraps.
 void TLMAlarm::SetNextRingTime_Timer(std::optional<Date>& dNext, Date& dStart, const Ref<Date>& d) const {
   if (TimerHours == 0 && TimerMinutes == 0 && TimerSeconds == 0) {
     dNext.reset();

@@ -70,9 +70,8 @@ Ref<TLMAlarm> TLMAlarm::Make() {
 
 void TLMAlarm::Constructor() { SetDictionary(New<Dictionary>()); }
 
-// The keys are read in this order. Enabled goes through its setter in the middle of it, which works out a
-// next ring time from fields that are only half read; the reload works it out again for every alarm
-// that it keeps.
+// The keys are read in this order. The setter of Enabled, in the middle of it, works out a next ring time
+// from fields of which some are not read yet; the reload works it out again for every alarm that it keeps.
 void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   Date now;  // All defaults belong to one instant.
   now.SetMinute(now.Minute());
@@ -93,7 +92,7 @@ void TLMAlarm::SetDictionary(const Ref<Dictionary>& d) {
   ImportedAB = LookupBoolean(*d, "ImportedAB", false);
   ImportediCal = LookupBoolean(*d, "ImportediCal", false);
   IsPreset = LookupBoolean(*d, "IsPreset", false);
-  // Behind Enabled, whose setter may have cleared the field.
+  // After Enabled, whose setter may clear the field.
   if (d->HasKey("LastRungDateTime")) {
     LastRungDateTime = DateAt(VariantToDouble(d->Value("LastRungDateTime")));
   }

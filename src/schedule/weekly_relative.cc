@@ -5,16 +5,15 @@
 namespace tollmere {
 namespace {
 
-// No month has more days. The walks know their end by the month, but in the last month that a year of
-// 32 bits can show there is no next one.
+// No month has more days. The walks end when the month changes, which it never does in the last month that a
+// 32-bit year can show.
 constexpr std::int32_t kLongestMonth = 31;
 
 }  // namespace
 
-// The fields of dDay are assigned in this order on purpose, and the month's length is counted and not
-// looked up. dDay begins on today's day of the month. Where the month has no such day, it rolls into
-// the next one, the count ends after one turn, and counting from the month's end offers day 1 of the
-// month and no other. So the last days of a month behave, and so they are to.
+// The fields of dDay are assigned in this order on purpose, and the month's length is counted and not looked
+// up. dDay starts on today's day of the month. If iMonth has no such day, dDay rolls into the next month, the
+// count ends after one turn, and counting from the month's end finds at most day 1. This is intended.
 Dates TLMAlarm::SetNextRingTime_WeeklyRelativeOccursThisMonth(std::int32_t iMonth, std::int32_t iYear) const {
   Dates aCandidates;
   if (WeeklyDaysRelativeMonth != kAny && iMonth != WeeklyDaysRelativeMonth) {
@@ -36,20 +35,20 @@ Dates TLMAlarm::SetNextRingTime_WeeklyRelativeOccursThisMonth(std::int32_t iMont
     Yield();
   } while (dDay.Month() == iMonth && iDaysInMonth < kLongestMonth);
 
-  // Month before year: the count of a December has ended in January of the next year.
+  // Month before year: the count of a December ends in January of the next year.
   dDay.SetMonth(iMonth);
   dDay.SetYear(iYear);
   dDay.SetDay(WeeklyDaysRelativeFromMonthEnd ? iDaysInMonth : 1);
 
-  // Every day counts as an occurrence of its weekday, selected or not, excluded or not: an excluded second
-  // Tuesday does not make the third one the second.
+  // Every day counts as an occurrence of its weekday, selected or not, excluded or not. If the second Tuesday
+  // is excluded, the third one is still the third.
   const std::int32_t step = WeeklyDaysRelativeFromMonthEnd ? -1 : 1;
   std::array<std::size_t, 7> occurrences{};
   std::int32_t walked = 0;
   do {
     const auto weekday = static_cast<std::size_t>(dDay.DayOfWeek() - 1);
     const std::size_t n = ++occurrences[weekday];
-    // There are never more than five, but at the end of the calendar, where the walk stays on one day.
+    // Never more than five, except at the end of the calendar, where the walk stays on one day.
     const bool selected = n <= WeeklyDaysRelativeOccurrences.size() && WeeklyDaysRelativeOccurrences[n - 1];
     // IsExcluded goes to the preference store, so it is asked only about a selected day.
     if (WeeklyDaysRelative[weekday] && selected && !IsExcluded(dDay)) {
@@ -71,8 +70,8 @@ void TLMAlarm::SetNextRingTime_WeeklyRelative(std::optional<Date>& dOut, const R
     dOut.reset();
     return;
   }
-  // Not cleared in between: an alarm with weekdays but no occurrences goes through the whole search,
-  // and ends without a moment.
+  // bAnySelected is not cleared in between: an alarm with weekdays but no occurrences goes through the whole
+  // search and finds nothing.
   for (const bool selected : WeeklyDaysRelativeOccurrences) {
     bAnySelected = bAnySelected || selected;
     Yield();
@@ -97,7 +96,8 @@ void TLMAlarm::SetNextRingTime_WeeklyRelative(std::optional<Date>& dOut, const R
   const std::int64_t iFirstYear = dStart.Year();
 
   do {
-    // The first in the order of the list, which from the month's end is the latest that has not passed.
+    // The first in the order of the list. Counted from the month's end, that is the latest that has not
+    // passed.
     for (const Ref<Date>& candidate :
          SetNextRingTime_WeeklyRelativeOccursThisMonth(dMonth.Month(), dMonth.Year())) {
       if (candidate->TotalSeconds() >= dStart.TotalSeconds()) {
@@ -111,7 +111,7 @@ void TLMAlarm::SetNextRingTime_WeeklyRelative(std::optional<Date>& dOut, const R
     dMonth.SetMonth(dMonth.Month() + 1);
     Yield();
     if (dMonth.TotalSeconds() == month) {
-      break;  // It stands at the end of the calendar.
+      break;  // the end of the calendar
     }
   } while (dMonth.Year() <= iFirstYear + 25);
   dOut.reset();

@@ -10,13 +10,13 @@ namespace {
 
 bool RingPastAlarms() { return CorePreferencesModified::GetPrefsBoolValue("RingPastAlarms"); }
 
-// The first second from `second` on at which CheckAlarm may have an alarm ring; at the latest `target`.
+// The first second from `second` on at which CheckAlarm can make an alarm ring, but at the latest `target`.
 //
-// Nothing happens before it. As long as an alarm stays as it is, what CheckAlarm does with it depends only on
-// the moment under test, which stays the same for a minute: the alarm rings in the minute of its next ring,
-// and in every later one if past alarms are to ring, but never in the minute of its last ring. Only its own
-// ring changes an alarm, and only a reload changes "RingPastAlarms". So this is worked out anew after each
-// second that has been checked.
+// Nothing happens before it. What CheckAlarm does with an unchanged alarm depends only on the moment under
+// test, which is the same for a whole minute: the alarm rings in the minute of its next ring, and in every
+// later one if past alarms are to ring, but never in the minute of its last ring. Only its own ring changes
+// an alarm, and only a reload changes "RingPastAlarms". So this is worked out anew after each second that has
+// been checked.
 double FirstSecondToCheck(double second, double target) {
   double due = target;
   double past = target;  // rings only under "RingPastAlarms"
@@ -24,7 +24,7 @@ double FirstSecondToCheck(double second, double target) {
     const Ref<Date>& next_ring = alarm->NextRingDateTime;
     const double next = next_ring != nullptr ? next_ring->WholeSeconds() : -HUGE_VAL;
     if (!alarm->IsPreset && alarm->Enabled() && next < target) {
-      // The first moment under test that is not before the next ring
+      // The first moment under test that is not before the next ring.
       const double unit = alarm->Type != AlarmTypeTimer ? 60.0 : 1.0;
       double test = std::max(std::floor(second / unit) * unit, std::ceil(next / unit) * unit);
       if (alarm->LastRungDateTime != nullptr && alarm->LastRungDateTime->WholeSeconds() == test) {
@@ -35,12 +35,12 @@ double FirstSecondToCheck(double second, double target) {
     }
     Yield();
   }
-  // The preference is read when the check of the second `past` would read it, and not before.
+  // The preference is read only if CheckAlarm would read it too.
   return past < due && RingPastAlarms() ? past : due;
 }
 
-// Checks the second after the last checked one, and so on up to the present moment, each as if it were the
-// present. There is no limit to how many. Those at which no alarm can ring are passed over.
+// Checks the seconds after the last checked one, up to the present moment, each as if it were the present.
+// Those at which no alarm can ring are passed over. The number of seconds has no limit.
 void WalkTo(const Date& target) {
   const Ref<Date> walk = CopyOf(*CheckAlarmsTimer::dRecentCheck);
   do {
@@ -73,7 +73,7 @@ UnderTest MomentUnderTest(const Ref<Date>& d) {
   return {second, test.WholeSeconds()};
 }
 
-// Has one watched alarm ring if the moment under test is its own.
+// Makes a watched alarm ring if it is due at the moment under test.
 void CheckAlarm(TLMAlarm& alarm, const UnderTest& moment) {
   if (alarm.IsPreset || !alarm.Enabled()) {
     return;
@@ -83,7 +83,7 @@ void CheckAlarm(TLMAlarm& alarm, const UnderTest& moment) {
     return;  // It has rung in this minute.
   }
   if (alarm.NextRingDateTime == nullptr) {
-    // No time is left for it. Only here is an alarm disabled by the pass itself.
+    // It has no time left. Only in this case does the pass itself disable an alarm.
     if (RingPastAlarms()) {
       alarm.SetEnabled(false);
       alarm.Execute(false, false);
@@ -119,7 +119,7 @@ void CheckAlarmsTimer::CheckAlarms(const Ref<Date>& d) {
     Yield();
   }
 
-  // The present moment at the end of the pass, not at its start; or a copy of `d`, which goes on changing.
+  // The present moment at the end of the pass, not at its start; or a copy of `d`, which the walk changes.
   dRecentCheck = d == nullptr ? New<Date>() : CopyOf(*d);
 }
 

@@ -68,10 +68,10 @@ class BinaryReader {
     nodes_.resize(static_cast<std::size_t>(count));
   }
 
-  // Whoever refers to the object has counted it as one.
+  // The caller has counted the object as one.
   const Node& Read(std::size_t index, std::size_t depth) {
     Node& node = nodes_[index];  // The table never grows, so the reference stays good.
-    Require(!node.being_read);   // else it contains itself
+    Require(!node.being_read);   // It would contain itself.
     if (node.object == nullptr) {
       const std::size_t objects_before = builder_.Objects() - 1;
       const std::size_t bytes_before = builder_.Bytes();
@@ -233,7 +233,7 @@ class BinaryReader {
       return static_cast<double>(high);
     }
     const std::uint64_t low = Number(at + 8, 8);
-    if (high == 0 || high == -1) {  // Within 64 bits, the one case that is written, it is exact.
+    if (high == 0 || high == -1) {  // Within 64 bits, which is what programs write, the result is exact.
       return high == 0 ? static_cast<double>(low) : -static_cast<double>(~low) - 1.0;
     }
     return std::ldexp(static_cast<double>(high), 64) + static_cast<double>(low);

@@ -46,7 +46,7 @@ class XmlReader {
     return object;
   }
 
-  // No text with a byte that is no UTF-8, or with a NUL, is XML.
+  // XML has neither bytes that are not UTF-8 nor NUL.
   void RequireCharacters() {
     const std::size_t valid = std::min(ValidUtf8Length(text_), text_.find('\0'));
     if (valid < text_.size()) {
@@ -70,7 +70,7 @@ class XmlReader {
     return true;
   }
 
-  // Everything up to `end`, which is passed over.
+  // What stands before `end`. Skips both.
   std::string_view Until(std::string_view end) {
     const std::size_t at = text_.find(end);
     Require(at != std::string_view::npos);
@@ -79,7 +79,7 @@ class XmlReader {
     return passed;
   }
 
-  // What stands before the first character that `ends` tells, which stays; all of it where none does.
+  // What stands before the first character for which `ends` is true, or everything. Skips it.
   template <class Predicate>
   std::string_view Before(Predicate ends) {
     std::size_t at = 0;
@@ -95,7 +95,7 @@ class XmlReader {
     Before([](char c) { return !IsXmlBlank(c); });
   }
 
-  // The text has been brought to UTF-8 by its first bytes; a declaration may not contradict it.
+  // The first bytes have decided the encoding; the declaration must not contradict them.
   void ReadDeclaration() {
     if (!text_.starts_with("<?xml") || text_.size() < 6 || !IsXmlBlank(text_[5])) {
       return;
@@ -131,7 +131,7 @@ class XmlReader {
     }
   }
 
-  // Passed over unread, with the declarations that it may hold: none of them has any effect.
+  // Skipped unread, with the declarations in it: none of them has any effect.
   void SkipDocumentType() {
     int brackets = 0;
     while (true) {
@@ -305,7 +305,7 @@ class XmlReader {
     return tag.kind == Tag::kEmpty ? std::string() : ReadContent(tag, {});
   }
 
-  // The same, behind the `content` that has been read.
+  // The same, appended to the `content` that has been read.
   std::string ReadContent(const Tag& tag, std::string content) {
     while (true) {
       content.append(PlainContent());

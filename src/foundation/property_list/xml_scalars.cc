@@ -46,7 +46,7 @@ double ParseXmlInteger(std::string_view text) {
   if (text.starts_with("0x") || text.starts_with("0X")) {
     magnitude = static_cast<double>(ParseXmlDigits(text.substr(2), 16));
   } else {
-    // Digits of any number: what 64 bits do not hold is the nearest double, as for every integer.
+    // Any number of digits. An integer beyond 2^53 is the nearest double.
     Require(!text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos);
     magnitude = Val(text);
     Require(std::isfinite(magnitude));

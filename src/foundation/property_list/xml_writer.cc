@@ -74,7 +74,7 @@ class XmlWriter {
     text_.append(depth, '\t') += "</dict>\n";
   }
 
-  // A key that is no text, as a binary list may have it, is written as what it is.
+  // A binary list can have a key that is no text. It is written as the object that it is.
   void WriteKey(const CFObjectMBS& key, std::size_t depth) {
     if (key.Kind() == CFObjectMBS::TypeId::kString) {
       text_.append(depth, '\t');
@@ -84,7 +84,7 @@ class XmlWriter {
     }
   }
 
-  // As much of a long text as will be asked for.
+  // As much of a long text as the caller asks for.
   std::string_view Shown(std::string_view text) const {
     return text.substr(0, std::min(text.size(), at_most_));
   }
@@ -109,7 +109,7 @@ class XmlWriter {
         text_ += "&amp;";
         break;
       case '\r':
-        text_ += "&#13;";  // As it stands it would be read as a line feed.
+        text_ += "&#13;";  // A plain one would be read as a line feed.
         break;
       case '\0':
         AppendUtf8(kReplacementCharacter, text_);  // XML has no way to write it.

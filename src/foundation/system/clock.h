@@ -5,8 +5,8 @@
 
 namespace tollmere {
 
-// Whole seconds since 1 January 1970, 00:00:00 UTC. The clock can be set back or forward at any time.
-// Nothing else of the agent asks the system what time it is.
+// Whole seconds since 1 January 1970, 00:00:00 UTC. The clock can be set back or forward at any time. Nothing
+// else in the agent reads it.
 std::int64_t ReadWallClock() noexcept;
 
 }  // namespace tollmere

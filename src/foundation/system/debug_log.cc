@@ -16,15 +16,15 @@ namespace {
 
 bool IsNotPlain(char c) noexcept { return c < ' ' || c > '~'; }
 
-// The way to standard error that cannot block. A pipe or a terminal is opened once more, since to put the
-// inherited descriptor itself into non-blocking mode would change it for everyone who shares it. Where that
-// is refused, as it is after a change of user, a pipe can still be asked for room, but a terminal is not
-// written to: whether it takes a line without waiting cannot be known before.
+// Writes to standard error without blocking. A pipe or a terminal is opened once more, since non-blocking
+// mode on the inherited descriptor would change it for every process that shares it. If that is refused, as
+// after a change of user, a pipe can still be asked for room. A terminal is then not written to, since it may
+// block.
 class LogStream {
  public:
   void Write(std::string_view line) noexcept {
     if (broken_off_) {
-      // The last line was cut where the pipe was full. End it, or stay silent.
+      // The last line was cut off when the pipe was full. End it first, or write nothing.
       if (WriteSome("\n") != 1) {
         return;
       }
@@ -97,7 +97,7 @@ void System::DebugLog(std::string_view text) noexcept {
   try {
     stream.Write(EscapeForLog(text) + "\n");
   } catch (const std::bad_alloc&) {
-    // What ends the process for want of memory is still named.
+    // Out of memory: still write the line that names the error.
     char line[128];
     const std::size_t length = std::min(text.size(), sizeof line - 1);
     std::replace_copy_if(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length), line, IsNotPlain,

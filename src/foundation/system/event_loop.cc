@@ -24,7 +24,7 @@ constexpr std::int64_t kNanosecondsPerMillisecond = 1'000'000;
 
 constexpr int kEndSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
-// The timers that exist. They join and leave by their construction and destruction.
+// All timers. Their constructors and destructors keep it.
 std::vector<Timer*>& Timers() {
   static std::vector<Timer*> timers;
   return timers;
@@ -41,7 +41,7 @@ sigset_t EndSignals() {
   return signals;
 }
 
-// Whoever starts the agent with one of the others ignored, as nohup does, means it to outlast them.
+// HUP and INT stay ignored if they were, as nohup has it.
 bool IsToBeHandled(int signal) {
   struct sigaction inherited = {};
   sigaction(signal, nullptr, &inherited);
@@ -56,22 +56,21 @@ void PrepareSignals() {
       sigaction(signal, &action, nullptr);
     }
   }
-  // A log whose reader has gone away, or whose file is at its limit of size, is no reason to end, nor is a
-  // terminal that lets no background process write a reason to stand still.
+  // The log must not stop the agent: its reader may be gone, its file may be at its size limit, and its
+  // terminal may stop background processes that write.
   action.sa_handler = SIG_IGN;
   for (const int signal : {SIGPIPE, SIGXFSZ, SIGTTOU}) {
     sigaction(signal, &action, nullptr);
   }
-  // The children that this process starts are waited for one by one; whoever started the agent may
-  // have had other plans, and may have blocked the signals that end it.
+  // Children are waited for one by one. The parent may have left SIGCHLD ignored, or the end signals blocked.
   action.sa_handler = SIG_DFL;
   sigaction(SIGCHLD, &action, nullptr);
   const sigset_t signals = EndSignals();
   sigprocmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
-// A process that was started with a standard stream closed would give that number to the next file
-// that it opens, and write its log into it.
+// If a standard stream is closed at the start, the next file that is opened would get its number, and the log
+// would be written into it.
 void PrepareStandardStreams() {
   int descriptor = 0;
   do {
@@ -82,13 +81,13 @@ void PrepareStandardStreams() {
   }
 }
 
-// What a tick gives back, the next one takes again: it is not worth returning to the system in between.
+// The next tick allocates what this one frees, so the memory is not returned to the system in between.
 void KeepMemoryBetweenTicks() {
   constexpr int kKeptBytes = 256 * 1024 * 1024;
   mallopt(M_TRIM_THRESHOLD, kKeptBytes);
 }
 
-// In a buffer of its own, since the error may be that there is no memory.
+// Needs no memory, since the error may be that there is none.
 void ReportUncaughtError(const char* name) noexcept {
   char line[256];
   std::snprintf(line, sizeof line, "Ended by an uncaught error: %s", name);
@@ -99,7 +98,7 @@ timespec ToTimespec(std::int64_t nanoseconds) noexcept {
   return {nanoseconds / kNanosecondsPerSecond, nanoseconds % kNanosecondsPerSecond};
 }
 
-// Can be read from that moment of MonotonicClock on. Not open where the system has no descriptor left.
+// Becomes readable at that moment of MonotonicClock. Not open if no descriptor is left.
 Descriptor TimerAt(std::int64_t moment) noexcept {
   Descriptor timer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC));
   const itimerspec setting{{}, ToTimespec(std::max<std::int64_t>(moment, 1))};  // 0 would switch it off
@@ -116,11 +115,11 @@ std::int64_t MonotonicClock() noexcept {
 }
 
 void WaitForDescriptor(int descriptor, std::int64_t until) {
-  // A process that is stopped and continued again and again would begin a length of time anew each time.
+  // An absolute moment, since a relative wait starts anew each time that the process is stopped and
+  // continued.
   const Descriptor timer = TimerAt(until);
   const timespec left = ToTimespec(std::max<std::int64_t>(until - MonotonicClock(), 0));
-  // With the signals held back from the look at the flag to the wait, none can fall in between and
-  // go unnoticed until the wait is over.
+  // The signals are blocked between the check and the wait, so that none is missed in between.
   const sigset_t signals = EndSignals();
   sigset_t previous;
   sigprocmask(SIG_BLOCK, &signals, &previous);
@@ -146,7 +145,7 @@ void Timer::removeActionNotificationReceiver(ActionNotificationReceiver& receive
 }
 
 void Timer::CallAction() {
-  const std::vector<ActionNotificationReceiver*> receivers = receivers_;  // One may leave while told.
+  const std::vector<ActionNotificationReceiver*> receivers = receivers_;  // A receiver may remove itself.
   for (ActionNotificationReceiver* receiver : receivers) {
     receiver->PerformAction();
   }
@@ -171,8 +170,8 @@ void Timer::Fire() {
   in_action_ = true;
   CallAction();
   in_action_ = false;
-  // On to the next point of the grid that lies ahead, unless the action has begun a new one: what the action
-  // missed is dropped.
+  // The next point of the grid after now; those that the action missed are dropped. The action may have begun
+  // a new grid, whose first point is still ahead.
   const std::int64_t period = std::max(period_, 1) * kNanosecondsPerMillisecond;
   const std::int64_t late = MonotonicClock() - next_expiry_;
   if (late >= 0) {

@@ -13,19 +13,19 @@ namespace tollmere {
 // whichever is first. `descriptor` may be -1 for none; `until` counts nanoseconds of MonotonicClock.
 void WaitForDescriptor(int descriptor, std::int64_t until);
 
-// Nanoseconds on a clock that nobody sets. It stands still while the machine sleeps.
+// Nanoseconds on a clock that nobody can set. It does not count while the machine sleeps.
 std::int64_t MonotonicClock() noexcept;
 
-// Is told of each expiry of a timer, after the timer's own action.
+// Is called at each expiry of a timer, after the timer's own action.
 class ActionNotificationReceiver {
  public:
   virtual ~ActionNotificationReceiver() = default;
   virtual void PerformAction() = 0;
 };
 
-// Fires on a fixed grid that begins when Mode goes from 0 to 2: once every Period from there on. An
-// action that takes long shifts no later expiry, and expiries that it misses are dropped. To switch Mode
-// off and on again inside the timer's own action keeps the grid.
+// Fires once every Period, on a fixed grid that begins when Mode goes from 0 to 2. A long action does not
+// shift later expiries; those that it misses are dropped. Switching Mode off and on inside the timer's own
+// action keeps the grid.
 class Timer : public Object {
  public:
   Timer();
@@ -33,10 +33,11 @@ class Timer : public Object {
 
   // Begins the grid anew, from now.
   virtual void Reset();
-  // `receiver` must outlive its registration. Each is told once an expiry, in the order of joining.
+  // `receiver` must outlive its registration. Receivers are called at each expiry, in the order of
+  // registration.
   virtual void addActionNotificationReceiver(ActionNotificationReceiver& receiver);
   virtual void removeActionNotificationReceiver(ActionNotificationReceiver& receiver);
-  // What happens at each expiry. A subclass runs its action and then calls this one.
+  // Called at each expiry. A subclass runs its action and then calls this one.
   virtual void CallAction();
 
   // Milliseconds, at least 1; what is less counts as 1. 0 until it is set.
@@ -66,14 +67,13 @@ class Application : public Object {
  public:
   virtual void Event_Open() {}
 
-  // Serves the timers until the process is to end; leaves by throwing EndOfProcess, or whatever an
-  // action throws.
+  // Serves the timers. Leaves by throwing EndOfProcess, or what an action throws.
   [[noreturn]] void Run();
 };
 
-// The life of the process: puts standard streams, signals and the locale in order, makes the
-// application, runs it, and calls `release` at the end. Returns the exit status: 0 when the end was asked
-// for, 1 after an error that nothing caught, which is named on standard error.
+// Runs the process: prepares standard streams, signals and the locale, makes the application, runs it, and
+// calls `release` at the end. Returns the exit status: 0 if the end was requested, 1 after an uncaught error,
+// which is named on standard error.
 int RunApplication(Ref<Application> (*create)(), void (*release)());
 
 }  // namespace tollmere

@@ -1,4 +1,4 @@
-// What a Date asks the system: the present moment in the machine's own zone, and the texts of the user's
+// What Date needs of the system: the present moment in the machine's time zone, and texts in the user's
 // language.
 #include <langinfo.h>
 
@@ -14,15 +14,15 @@
 namespace tollmere {
 namespace {
 
-// What a clock on the wall of the machine's own place shows, in seconds since 1904.
+// The local wall-clock time, in seconds since 1904.
 std::int64_t LocalSeconds(std::int64_t wall_clock) noexcept {
-  tzset();  // A zone that the user changes is taken up without a restart.
+  tzset();  // A changed time zone takes effect without a restart.
   const std::time_t moment = wall_clock;
   std::tm fields{};
   if (localtime_r(&moment, &fields) == nullptr) {
-    return wall_clock + kSecondsTo1970;  // No calendar reaches this far.
+    return wall_clock + kSecondsTo1970;  // beyond the calendar
   }
-  // From the fields and not from the offset to UTC, since there are zones that count leap seconds.
+  // From the fields and not from the offset to UTC, since some zones count leap seconds.
   const std::int64_t days =
       DaysFromCivil(std::int64_t{fields.tm_year} + 1900, fields.tm_mon + 1, fields.tm_mday);
   return days * kSecondsPerDay + std::int64_t{fields.tm_hour} * 3600 + std::int64_t{fields.tm_min} * 60 +
@@ -52,7 +52,7 @@ Order OrderOf(std::string_view form) noexcept {
 }  // namespace
 
 const Date::State& Date::Present() noexcept {
-  // Within one second nothing changes, and new Dates are made many times a second.
+  // Many Dates are made within one second.
   static std::int64_t remembered_second = std::numeric_limits<std::int64_t>::min();
   static State remembered{};
   const std::int64_t wall_clock = ReadWallClock();

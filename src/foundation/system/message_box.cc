@@ -46,8 +46,7 @@ std::vector<std::string> ZenityArguments(const std::string& text) {
   return {"--error", "--no-markup", "--text=" + text};
 }
 
-// kdialog takes what looks like HTML for HTML, and backslash sequences for characters: so it is given HTML
-// in which neither can occur.
+// kdialog interprets HTML and backslash sequences, so it gets HTML in which neither can occur.
 std::vector<std::string> KdialogArguments(const std::string& text) {
   std::string html = ReplaceEach(text, '&', "&amp;");
   html = ReplaceEach(html, '<', "&lt;");
@@ -56,7 +55,7 @@ std::vector<std::string> KdialogArguments(const std::string& text) {
   return {"--error", "<qt><p style=\"white-space: pre-wrap\">" + html + "</p></qt>"};
 }
 
-// xmessage takes a text for one in Latin-1 and cuts its lines off, unless it is told otherwise.
+// By default xmessage reads Latin-1 and cuts long lines off.
 std::vector<std::string> XmessageArguments(const std::string& text) {
   return {"-center", "-xrm", "*international: true", "-xrm", "*message*wrap: word", text};
 }
@@ -69,7 +68,7 @@ struct BoxProgram {
 constexpr BoxProgram kBoxPrograms[] = {
     {"zenity", ZenityArguments}, {"kdialog", KdialogArguments}, {"xmessage", XmessageArguments}};
 
-// In a locale of another encoding the programs refuse or garble what is not ASCII.
+// In a locale of another encoding the programs refuse or garble text that is not ASCII.
 bool HasUtf8Locale() {
   const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
   const bool is_utf8 = locale != nullptr && std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
@@ -105,7 +104,7 @@ bool ShowBox(const std::string& text) {
   if (installed == std::end(kBoxPrograms)) {
     return false;
   }
-  // A display that is not there is not tried at every text.
+  // A display that cannot be opened is not tried again at once.
   static std::int64_t no_box_before = 0;
   if (MonotonicClock() < no_box_before) {
     return false;
@@ -117,8 +116,8 @@ bool ShowBox(const std::string& text) {
   return shown;
 }
 
-// Each line of the text on a line of its own, all but the first set in, so that none of them can be
-// taken for a line of the log.
+// Each line of the text is a line of the log. All but the first are indented, so that none can be mistaken
+// for a line of the agent's own.
 void WriteToStandardError(std::string_view text) {
   std::string_view indent;
   for (const std::string_view line : Split(text, EndOfLine)) {

@@ -19,7 +19,7 @@
 namespace tollmere {
 namespace {
 
-// The file with its folder as it is without links, as far as that exists.
+// The path with the links in its folder resolved, as far as the folder exists.
 std::string Resolve(const std::string& path) {
   const std::filesystem::path file = path;
   std::error_code error;
@@ -40,8 +40,8 @@ std::string Hash(std::string_view text) {
   return digits;
 }
 
-// An address in the abstract namespace of Unix sockets: a name without a file, which goes with the process
-// that holds it. It has room for 107 bytes, and a path may be longer.
+// A name in the abstract namespace of Unix sockets: it has no file and disappears with the process that holds
+// it. It is cut at 107 bytes.
 class AbstractAddress {
  public:
   explicit AbstractAddress(const std::string& name) {
@@ -51,7 +51,7 @@ class AbstractAddress {
     size_ = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length);
   }
 
-  // Holds the name; not open, with errno set, where that cannot be had.
+  // Takes the name. Not open, with errno set, on failure.
   Descriptor Listen() const noexcept {
     Descriptor listening(NewSocket());
     if (bind(listening.Get(), Generic(), size_) != 0 || listen(listening.Get(), SOMAXCONN) != 0) {
@@ -60,8 +60,8 @@ class AbstractAddress {
     return listening;
   }
 
-  // A connection to the holder, which never answers but whose end breaks it. Not open, with errno set, where
-  // there is none.
+  // A connection to the holder, which never answers it but breaks it by its end. Not open, with errno set, if
+  // there is no holder.
   Descriptor Connect() const noexcept {
     Descriptor connection(NewSocket());
     return connect(connection.Get(), Generic(), size_) == 0 ? std::move(connection) : Descriptor();
@@ -75,7 +75,7 @@ class AbstractAddress {
   socklen_t size_ = 0;
 };
 
-// Whoever holds a name can be any user: only our own is taken for another agent.
+// Any user can take a name, but only a process of this user is another agent.
 bool IsHeldByThisUser(const Descriptor& connection) noexcept {
   ucred holder{};
   socklen_t size = sizeof holder;
@@ -104,7 +104,7 @@ SingleInstance::SingleInstance(const std::string& path) {
       }
       WaitForDescriptor(connection.Get(), std::numeric_limits<std::int64_t>::max());
     } else if (!connection.IsOpen() && errno == ECONNREFUSED && refusals_left > 0) {
-      // Another agent is about to listen, or has just ended. One that goes on like this is none.
+      // The holder is about to listen, or has just ended. If this goes on, it is no agent.
       --refusals_left;
       WaitForDescriptor(-1, MonotonicClock() + kShortWait);
     } else {
