@@ -56,9 +56,9 @@ struct Row {
 Row RowOf(const StoredAlarm& stored) {
   const Ref<Date>& next = stored.alarm->NextRingDateTime;
   const bool is_alarm = IsA<CFDictionaryMBS>(stored.object);
-  return {{next != nullptr                     ? MomentInWords(*next)
+  return {{next != nullptr  ? MomentInWords(*next)
            : stored.watched ? "never"
-                                               : "-",
+                            : "-",
            next != nullptr ? HowLong(*next) : "", is_alarm ? NameOf(stored) : "(no alarm)",
            is_alarm ? TimeInWords(*stored.alarm) : "", is_alarm ? ScheduleInWords(*stored.alarm) : ""},
           EscapeForLog(stored.why),
