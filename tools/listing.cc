@@ -56,9 +56,9 @@ struct Row {
 Row RowOf(const StoredAlarm& stored) {
   const Ref<Date>& next = stored.alarm->NextRingDateTime;
   const bool is_alarm = IsA<CFDictionaryMBS>(stored.object);
-  return {{next != nullptr                     ? MomentInWords(*next)
+  return {{next != nullptr  ? MomentInWords(*next)
            : stored.watched ? "never"
-                                               : "-",
+                            : "-",
            next != nullptr ? HowLong(*next) : "", is_alarm ? NameOf(stored) : "(no alarm)",
            is_alarm ? TimeInWords(*stored.alarm) : "", is_alarm ? ScheduleInWords(*stored.alarm) : ""},
           EscapeForLog(stored.why),
@@ -72,7 +72,8 @@ std::string Trimmed(std::string line) {
   return line;
 }
 
-// The widths of the columns. On a terminal the name and the schedule give way, the longer one first.
+// The widths of the columns. On a terminal the name takes a quarter at most, and the name and the
+// schedule give way, the longer one first.
 std::array<std::size_t, Row::kColumns> Widths(const std::vector<Row>& rows, std::size_t limit) {
   std::array<std::size_t, Row::kColumns> widths{};
   for (const Row& row : rows) {
@@ -89,6 +90,7 @@ std::array<std::size_t, Row::kColumns> Widths(const std::vector<Row>& rows, std:
     widths[kSchedule] = std::min(widths[kSchedule], kWidestOffTerminal);
     return widths;
   }
+  widths[kName] = std::min(widths[kName], std::max(limit / 4, kLeast));
   const auto total = [&] {
     return widths[0] + widths[1] + widths[2] + widths[3] + widths[4] + 2 * (widths.size() - 1);
   };

@@ -17,21 +17,6 @@
 namespace tollmere {
 namespace {
 
-// While it lives the domain is empty, and so is the list of days on which no alarm rings.
-class EmptyDomain {
- public:
-  EmptyDomain() : domain_(CorePreferencesModified::xPreferences) {
-    CorePreferencesModified::xPreferences = New<CFPreferencesMBS>();
-    CorePreferencesModified::xPreferences->SetPath(CorePreferencesModified::TLMDomain(), "/dev/null");
-  }
-  ~EmptyDomain() { CorePreferencesModified::xPreferences = std::move(domain_); }
-  EmptyDomain(const EmptyDomain&) = delete;
-  EmptyDomain& operator=(const EmptyDomain&) = delete;
-
- private:
-  Ref<CFPreferencesMBS> domain_;
-};
-
 bool HoldsDay(const std::vector<CivilDate>& days, const Date& date) {
   const CivilDate sought{date.Year(), date.Month(), date.Day()};
   return std::find(days.begin(), days.end(), sought) != days.end();

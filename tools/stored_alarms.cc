@@ -142,7 +142,19 @@ std::string Elsewhere(const std::string& path) {
 
 }  // namespace
 
+EmptyDomain::EmptyDomain() : domain_(CorePreferencesModified::xPreferences) {
+  static const Ref<CFPreferencesMBS> empty = [] {
+    Ref<CFPreferencesMBS> service = New<CFPreferencesMBS>();
+    service->SetPath(CorePreferencesModified::TLMDomain(), "/dev/null");
+    return service;
+  }();
+  CorePreferencesModified::xPreferences = empty;
+}
+
+EmptyDomain::~EmptyDomain() { CorePreferencesModified::xPreferences = std::move(domain_); }
+
 Ref<TLMAlarm> MakeAlarm(const Ref<Dictionary>& stored) {
+  const EmptyDomain no_search_yet;  // What reading works out on the way is not used, and could take long.
   Ref<TLMAlarm> alarm = TLMAlarm::Make();
   alarm->SetDictionary(stored);
   return alarm;

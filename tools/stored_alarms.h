@@ -44,6 +44,18 @@ struct Store {
 // Reads the preference domain and works out each watched alarm's next ring.
 Store ReadStore();
 
+// While it lives the preference domain is empty, and so is the list of days on which no alarm rings.
+class EmptyDomain {
+ public:
+  EmptyDomain();
+  ~EmptyDomain();
+  EmptyDomain(const EmptyDomain&) = delete;
+  EmptyDomain& operator=(const EmptyDomain&) = delete;
+
+ private:
+  Ref<CFPreferencesMBS> domain_;
+};
+
 // The alarm as a reload at the present moment makes it, but for its next ring.
 Ref<TLMAlarm> MakeAlarm(const Ref<Dictionary>& stored);
 

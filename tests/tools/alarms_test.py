@@ -139,11 +139,13 @@ class AlarmsTest(unittest.TestCase):
         self.assertEqual(self.json("--next", "5")["rings"], [])
         self.assertIn('2 "e": UniqueID 5 is that of alarm 0, too', self.ask("--check").stdout)
 
-    def test_a_search_without_an_end_is_given_up(self):
-        every_day = ",".join(str(i * 86400) for i in range(45000, 45400))
-        self.store([{"Name": "w", "AlarmType": 1, "WeeklyDays": {"x1": {"WeeklyDayEnabled": True}}, "WeeklyDaysMonth": 2.5,
-                     "Exclusions": every_day}, {"Name": "z", "WeeklyDaysMonth": 13}])
-        self.assertNotIn("given up", self.ask("--at", "2027-06-15 10:20:30").stdout)
+    def test_a_search_that_takes_too_long_is_given_up(self):
+        days = "0," * 200000 + ",".join(str(seconds("2027-06-15") + i * 86400) for i in range(4000))
+        self.store([dict(stored("DateYear=-1 DateMonth=-1 DateDay=-1 Hour=7 Minute=0"), Name="slow"), {"Name": "off", "Enabled": False}],
+                   {"Exclusions": days})
+        told = self.ask("--at", "2027-06-15 06:20:30")
+        self.assertIn("the search for its next ring had come to no end when it was given up; until", told.stdout)
+        self.assertEqual((told.stdout.count("disabled"), told.returncode), (1, 1))
 
     def test_where_the_main_application_is_and_who_may_write(self):
         self.store([])
