@@ -160,8 +160,9 @@ class BinaryReader {
     std::vector<CFDictionaryListMBS::Entry> entries;
     entries.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-      entries.push_back({ReadWithin(node, body.at + i * reference_size_, depth),
-                         ReadWithin(node, body.at + (count + i) * reference_size_, depth)});
+      const Ref<CFObjectMBS>& key = ReadWithin(node, body.at + i * reference_size_, depth);
+      const Ref<CFObjectMBS>& value = ReadWithin(node, body.at + (count + i) * reference_size_, depth);
+      entries.emplace_back(key, value);
     }
     node.object = New<CFDictionaryMBS>(std::move(entries));
   }
