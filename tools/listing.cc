@@ -14,7 +14,6 @@
 namespace tollmere {
 namespace {
 
-constexpr std::string_view kBold = "\x1b[1m";
 constexpr std::string_view kDim = "\x1b[2m";
 constexpr std::string_view kRed = "\x1b[31m";
 constexpr std::string_view kPlain = "\x1b[0m";
@@ -39,11 +38,12 @@ std::string HowLong(const Date& moment) {
   }
   const auto number = [](std::int64_t value, const char* unit) { return " " + std::to_string(value) + unit; };
   const std::int64_t minutes = seconds / 60;
+  const std::int64_t hours = minutes / 60;
   if (minutes < 60) {
     return "in" + (minutes == 0 ? number(seconds, " s") : number(minutes, " min"));
   }
-  return "in" + (minutes < 24 * 60 ? number(minutes / 60, " h") + number(minutes % 60, " min")
-                                   : number(minutes / (24 * 60), " d") + number(minutes / 60 % 24, " h"));
+  return "in" + (hours < 24 ? number(hours, " h") + number(minutes % 60, " min")
+                            : number(hours / 24, " d") + number(hours % 24, " h"));
 }
 
 struct Row {
@@ -181,6 +181,7 @@ std::string Listing(const Store& store, const Terminal& terminal) {
   std::stable_sort(ordered.begin(), ordered.end(),
                    [](const StoredAlarm* a, const StoredAlarm* b) { return OrderOf(*a) < OrderOf(*b); });
   std::vector<Row> rows;
+  rows.reserve(ordered.size());
   for (const StoredAlarm* stored : ordered) {
     rows.push_back(RowOf(*stored));
   }
