@@ -142,7 +142,8 @@ std::string StateInWords(const Store& store) {
       return "there is no such file, and so no alarm" +
              (store.elsewhere.empty() ? "" : "; " + store.elsewhere + " is not read");
     case DomainState::Kind::kUnreadable:
-      return "could not be read: " + store.state.problem;
+      return "could not be read: " + store.state.problem +
+             "; a running agent keeps the list that it read last";
     case DomainState::Kind::kRead:
       break;
   }
