@@ -10,7 +10,8 @@ agent runs as long as the graphical session does, reads the alarm list once a
 second and starts Tollmere when an alarm falls due.
 .
 It is enabled for every user's graphical session, as a user service of systemd
-or, on desktops without one, as an autostart entry.")
+or, on desktops without one, as an autostart entry. The command tollmere-alarms
+tells when each alarm rings next, and why one does not.")
 
 # As the system's own installation: the prefix /usr, but the autostart entry in /etc.
 set(CPACK_SET_DESTDIR ON)

@@ -118,7 +118,8 @@ void CheckFlags(const StoredAlarm& alarm, const StoredKey& key, const CFDictiona
         const std::string fault =
             flag_name == key.flag_key ? FlagFault(flag) : NotRead(flag_name, std::span(&key.flag_key, 1));
         if (!fault.empty()) {
-          findings.push_back({&alarm, path + "." + flag_name, fault});
+          findings.push_back({&alarm, path, fault});
+          findings.back().key.append(".").append(flag_name);
         }
       }
     }

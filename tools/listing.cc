@@ -14,7 +14,6 @@
 namespace tollmere {
 namespace {
 
-constexpr std::string_view kBold = "\x1b[1m";
 constexpr std::string_view kDim = "\x1b[2m";
 constexpr std::string_view kRed = "\x1b[31m";
 constexpr std::string_view kPlain = "\x1b[0m";
@@ -39,11 +38,12 @@ std::string HowLong(const Date& moment) {
   }
   const auto number = [](std::int64_t value, const char* unit) { return " " + std::to_string(value) + unit; };
   const std::int64_t minutes = seconds / 60;
+  const std::int64_t hours = minutes / 60;
   if (minutes < 60) {
     return "in" + (minutes == 0 ? number(seconds, " s") : number(minutes, " min"));
   }
-  return "in" + (minutes < 24 * 60 ? number(minutes / 60, " h") + number(minutes % 60, " min")
-                                   : number(minutes / (24 * 60), " d") + number(minutes / 60 % 24, " h"));
+  return "in" + (hours < 24 ? number(hours, " h") + number(minutes % 60, " min")
+                            : number(hours / 24, " d") + number(hours % 24, " h"));
 }
 
 struct Row {
@@ -142,7 +142,8 @@ std::string StateInWords(const Store& store) {
       return "there is no such file, and so no alarm" +
              (store.elsewhere.empty() ? "" : "; " + store.elsewhere + " is not read");
     case DomainState::Kind::kUnreadable:
-      return "could not be read: " + store.state.problem;
+      return "could not be read: " + store.state.problem +
+             "; a running agent keeps the list that it read last";
     case DomainState::Kind::kRead:
       break;
   }
@@ -181,6 +182,7 @@ std::string Listing(const Store& store, const Terminal& terminal) {
   std::stable_sort(ordered.begin(), ordered.end(),
                    [](const StoredAlarm* a, const StoredAlarm* b) { return OrderOf(*a) < OrderOf(*b); });
   std::vector<Row> rows;
+  rows.reserve(ordered.size());
   for (const StoredAlarm* stored : ordered) {
     rows.push_back(RowOf(*stored));
   }

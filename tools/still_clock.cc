@@ -69,26 +69,31 @@ void StillClock::AdvanceTo(double local_seconds) {
 }
 
 std::optional<double> StillClock::ParseMoment(std::string_view text) {
-  std::array<int, 6> fields{};  // year, month, day, hour, minute, second
-  int length = 0;
-  const std::string copy(text);
-  std::string_view rest;
-  if (std::sscanf(copy.c_str(), "%4d-%2d-%2d%*1[ T]%2d:%2d%n", &fields[0], &fields[1], &fields[2], &fields[3],
-                  &fields[4], &length) != 5) {
+  constexpr std::string_view kForm = "0000-00-00 00:00:00";  // each 0 a digit
+  std::array<std::int32_t, 6> fields{};                      // year, month, day, hour, minute, second
+  if (text.size() != kForm.size() && text.size() != kForm.size() - 3) {
     return std::nullopt;
   }
-  rest = text.substr(static_cast<std::size_t>(length));
-  if (!rest.empty() && (std::sscanf(copy.c_str() + length, ":%2d%n", &fields[5], &length) != 1 ||
-                        rest.size() != static_cast<std::size_t>(length))) {
-    return std::nullopt;
+  std::size_t field = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool is_digit = text[i] >= '0' && text[i] <= '9';
+    if (is_digit != (kForm[i] == '0') ||
+        (!is_digit && text[i] != kForm[i] && !(kForm[i] == ' ' && text[i] == 'T'))) {
+      return std::nullopt;
+    }
+    if (is_digit) {
+      fields[field] = fields[field] * 10 + (text[i] - '0');
+    } else {
+      ++field;
+    }
   }
   const auto [year, month, day, hour, minute, second] = fields;
-  if (year < 1904 || month < 1 || month > 12 || day < 1 || day > DaysInMonth(year, month) || hour < 0 ||
-      hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59) {
+  if (year < 1904 || month < 1 || month > 12 || day < 1 || day > DaysInMonth(year, month) || hour > 23 ||
+      minute > 59 || second > 59) {
     return std::nullopt;
   }
-  return static_cast<double>(DaysFromCivil(year, month, day) * kSecondsPerDay + hour * 3600 + minute * 60 +
-                             second);
+  return static_cast<double>(DaysFromCivil(year, month, day) * kSecondsPerDay) +
+         static_cast<double>(hour * 3600 + minute * 60 + second);
 }
 
 std::string StillClock::MomentText(const Date& date, char middle) {

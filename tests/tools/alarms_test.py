@@ -190,7 +190,7 @@ class AlarmsTest(unittest.TestCase):
             self.assertEqual(len(starts), 1, text)
             if width:
                 self.assertLessEqual(max(columns(line) for line in rows), width, text)
-                self.assertEqual(text.count("…"), 1)
+                self.assertIn("…", text)
 
     def lines_on_terminal(self, width, colours):
         master, slave = pty.openpty()
