@@ -91,6 +91,7 @@ TEST_F(ScenarioTest, AFailedTickLeavesTheTimerOffAndTheSecondsToDo) {
   alarms_ = {"UniqueID=1", "<key>WeeklyDays</key><true/>", "UniqueID=2"};
   EXPECT_THROW(Tick("2027-06-15 08:00:05"), IllegalCastException);
   EXPECT_EQ(Engine::tmrCheckAlarms->Mode(), 0);
+  EXPECT_EQ(Engine::tmrCheckAlarms->Period(), 1000);
   EXPECT_EQ(Text(CheckAlarmsTimer::dRecentCheck), "2027-06-15 08:00:00");
   EXPECT_EQ(LocalPreferences::xAlarmArray.size(), 1U);
 }
