@@ -39,9 +39,10 @@ void Assign(Date& date, const std::string& assignments) {
 TEST(DateTest, RollsOverAtOnce) {
   for (const auto& row : Table("date_assignments.txt")) {
     Date date;
-    date.SetTotalSeconds(TotalSeconds(row[0]));
+    const bool is_moment = row[0].find(':') != std::string::npos;
+    date.SetTotalSeconds(is_moment ? TotalSeconds(row[0]) : std::strtod(row[0].c_str(), nullptr));
     Assign(date, row[1]);
-    EXPECT_EQ(Text(date), row[2]) << row[0] << " " << row[1];
+    EXPECT_EQ(Text(date) + " " + std::to_string(date.DayOfWeek()), row[2]) << row[0] << " " << row[1];
   }
 }
 
@@ -65,19 +66,6 @@ TEST(DateTest, StepsThroughTheCalendar) {
   }
 }
 
-// The calendar repeats every 400 years, as far as a double counts seconds.
-TEST(DateTest, FieldsStayRightOverTheExactRange) {
-  constexpr double kCycle = 146'097.0 * 86'400.0;
-  for (const double cycles : {-713'000.0, -1.0, 1.0, 713'000.0}) {
-    Date date;
-    date.SetTotalSeconds(TotalSeconds("2028-02-29 12:34:56") + cycles * kCycle);
-    EXPECT_EQ(Text(date), std::to_string(2028 + static_cast<int>(cycles) * 400) + "-02-29 12:34:56");
-    Assign(date, "s=60 D=30");
-    EXPECT_EQ(date.TotalSeconds(), TotalSeconds("2028-03-01 12:35:00") + cycles * kCycle);
-    EXPECT_EQ(date.DayOfWeek(), 4);
-  }
-}
-
 TEST(DateTest, EveryDoubleAndEveryFieldValueIsTaken) {
   constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
   for (const double seconds :
@@ -97,17 +85,6 @@ TEST(DateTest, EveryDoubleAndEveryFieldValueIsTaken) {
       }
     }
   }
-}
-
-TEST(DateTest, ShowsWhatLiesBeyondTheRangeAtItsEnds) {
-  Date date;
-  date.SetTotalSeconds(HUGE_VAL);
-  EXPECT_EQ(Text(date), "2147483647-12-31 23:59:59");
-  date.SetTotalSeconds(-1e300);
-  EXPECT_EQ(Text(date), "-2147483648-01-01 00:00:00");
-  date.SetTotalSeconds(std::nan(""));
-  Assign(date, "D=2");
-  EXPECT_EQ(date.TotalSeconds(), 86'400.0);
 }
 
 TEST(DateTest, AFractionGoesWithASecondAndWithNothingElse) {

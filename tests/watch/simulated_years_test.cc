@@ -46,8 +46,7 @@ class SimulatedYearsTest : public StoreTest {
     Engine::tmrCheckAlarms->Event_Action();
     ASSERT_EQ(Text(CheckAlarmsTimer::dRecentCheck), Text(Date()));
     for (const Ref<TLMAlarm>& alarm : due) {
-      const Variant ring =
-          LocalPreferences::MasteRingHistory->Lookup(Int32ToVariant(alarm->UniqueID), Variant());
+      const Variant ring = LocalPreferences::MasteRingHistory->Value(Int32ToVariant(alarm->UniqueID));
       ASSERT_EQ(Text(Cast<Date>(VariantToObject(ring))), Text(minute)) << alarm->Name << " did not ring";
     }
     if (Engine::dLastLaunchAttempt != attempt) {
