@@ -1,11 +1,12 @@
 #include "foundation/system/application_bundle.h"
 
 #include <cerrno>
-#include <cstdlib>
+#include <filesystem>
 #include <string_view>
 
 #include "foundation/property_list/property_list.h"
 #include "foundation/system/file_bytes.h"
+#include "foundation/system/file_item.h"
 
 namespace tollmere {
 namespace {
@@ -23,19 +24,12 @@ std::string TextUnder(std::string_view key, const CFDictionaryListMBS& list) {
   return text;
 }
 
-bool IsFileName(std::string_view name) {
-  using namespace std::string_view_literals;
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of("/\0"sv) == std::string_view::npos;
-}
-
 }  // namespace
 
 ApplicationBundle ReadApplicationBundle(const std::string& folder) {
   ApplicationBundle bundle;
   std::string bytes;
-  bool changed = false;
-  bundle.error = ReadFileBytes(folder + "/Contents/Info.plist", kMaxPropertyListBytes, bytes, changed);
+  bundle.error = ReadFileBytes(folder + "/Contents/Info.plist", kMaxPropertyListBytes, bytes);
   if (bundle.error != 0) {
     return bundle;
   }
@@ -46,9 +40,10 @@ ApplicationBundle ReadApplicationBundle(const std::string& folder) {
   }
   const CFDictionaryListMBS& list = Cast<CFDictionaryMBS>(info)->List();
   bundle.identifier = TextUnder("CFBundleIdentifier", list);
-  const std::string executable = TextUnder("CFBundleExecutable", list);
-  if (IsFileName(executable)) {
-    bundle.executable = folder + std::string(kExecutableFolder) + executable;
+  const FolderItem programs(folder + std::string(kExecutableFolder));
+  const Ref<FolderItem> executable = programs.Child(TextUnder("CFBundleExecutable", list));
+  if (executable != nullptr) {
+    bundle.executable = executable->Path();
   } else {
     bundle.error = ENOEXEC;
   }
@@ -71,13 +66,9 @@ std::string IdentifierOfExecutable(const std::string& path) {
 }
 
 std::string ResolvePath(const std::string& path) {
-  char* resolved = realpath(path.c_str(), nullptr);
-  if (resolved == nullptr) {
-    return {};
-  }
-  std::string result = resolved;
-  std::free(resolved);
-  return result;
+  std::error_code error;
+  const std::filesystem::path resolved = std::filesystem::canonical(path, error);
+  return error ? std::string() : resolved.string();
 }
 
 }  // namespace tollmere

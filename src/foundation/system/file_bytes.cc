@@ -6,10 +6,9 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
-#include <string_view>
 
 #include "foundation/system/descriptor.h"
+#include "foundation/yield.h"
 
 namespace tollmere {
 namespace {
@@ -24,56 +23,37 @@ bool SameState(const struct stat& before, const struct stat& after) noexcept {
 
 }  // namespace
 
-int ReadFileBytes(const std::string& path, std::size_t limit, std::string& bytes, bool& changed) {
+int ReadFileBytes(const std::string& path, std::size_t limit, std::string& bytes) {
+  bytes.clear();
   // Non-blocking, so that a FIFO without a writer does not hold the caller up.
   const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
   struct stat before {};
-  if (file.Get() < 0 || fstat(file.Get(), &before) != 0) {
+  if (!file.IsOpen() || fstat(file.Get(), &before) != 0) {
     return errno;
   }
   if (!S_ISREG(before.st_mode)) {
     return EINVAL;
   }
-  std::string differing;  // all of the file, once it has been seen to differ
-  bool differs = false;
-  std::size_t length = 0;
   std::array<char, 65'536> chunk;
-  while (true) {
-    const ssize_t count = read(file.Get(), chunk.data(), chunk.size());
+  ssize_t count = 0;
+  while ((count = read(file.Get(), chunk.data(), chunk.size())) != 0) {
+    Yield();  // A mount may be slow.
     if (count < 0) {
       if (errno == EINTR) {
         continue;
       }
       return errno;
     }
-    const std::string_view part(chunk.data(), static_cast<std::size_t>(count));
-    if (!differs && (part.empty() ? length != bytes.size() : bytes.compare(length, part.size(), part) != 0)) {
-      differs = true;
-      differing.assign(bytes, 0, length);
-    }
-    if (part.empty()) {
-      break;
-    }
-    length += part.size();
-    if (length > limit) {
+    bytes.append(chunk.data(), static_cast<std::size_t>(count));
+    if (bytes.size() > limit) {
       return EFBIG;
-    }
-    if (differs) {
-      differing.append(part);
     }
   }
   struct stat after {};
   if (fstat(file.Get(), &after) != 0) {
     return errno;
   }
-  if (!SameState(before, after)) {
-    return EBUSY;
-  }
-  changed = differs;
-  if (differs) {
-    bytes = std::move(differing);
-  }
-  return 0;
+  return SameState(before, after) ? 0 : EBUSY;
 }
 
 }  // namespace tollmere

@@ -1,11 +1,10 @@
 #include "foundation/system/file_item.h"
 
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 
 #include "foundation/system/application_bundle.h"
 #include "foundation/system/child_process.h"
@@ -77,9 +76,9 @@ FolderItem::FolderItem(std::string_view path) {
   }
 }
 
-bool FolderItem::Exists() const noexcept {
-  struct stat status {};
-  return stat(path_.c_str(), &status) == 0;
+bool FolderItem::Exists() const {
+  std::error_code ignored;
+  return std::filesystem::exists(path_, ignored);
 }
 
 Ref<FolderItem> FolderItem::Child(std::string_view name) const {
@@ -97,21 +96,13 @@ Ref<FolderItem> FolderItem::Parent() const {
 Ref<FolderItem> FolderItem::GetRelative(std::string_view) const { return nullptr; }
 
 void FolderItem::Launch(bool) {
-  struct stat status {};
-  if (stat(path_.c_str(), &status) != 0) {
-    last_error_code_ = errno;
-    return;
+  ApplicationBundle bundle;
+  bundle.executable = path_;
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path_, ignored)) {
+    bundle = ReadApplicationBundle(path_);
   }
-  std::string executable = path_;
-  if (S_ISDIR(status.st_mode)) {
-    const ApplicationBundle bundle = ReadApplicationBundle(path_);
-    if (bundle.error != 0) {
-      last_error_code_ = bundle.error;
-      return;
-    }
-    executable = bundle.executable;
-  }
-  last_error_code_ = StartDetached(executable);
+  last_error_code_ = bundle.error != 0 ? bundle.error : StartDetached(bundle.executable);
 }
 
 Ref<FolderItem> Volume(std::int32_t number) { return number == 0 ? New<FolderItem>("/") : nullptr; }

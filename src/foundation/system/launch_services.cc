@@ -1,8 +1,7 @@
 #include "foundation/system/launch_services.h"
 
-#include <dirent.h>
-
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -12,20 +11,17 @@
 namespace tollmere {
 namespace {
 
-std::vector<std::string> BundleNames(const std::string& folder) {
-  std::vector<std::string> names;
-  DIR* stream = opendir(folder.c_str());
-  if (stream == nullptr) {
-    return names;
-  }
-  while (const dirent* entry = readdir(stream)) {
-    if (std::string_view(entry->d_name).ends_with(".app")) {
-      names.emplace_back(entry->d_name);
+std::vector<std::filesystem::path> BundlesIn(const std::string& folder) {
+  std::vector<std::filesystem::path> bundles;
+  std::error_code error;
+  for (std::filesystem::directory_iterator item(folder, error), end; !error && item != end;
+       item.increment(error)) {
+    if (item->path().extension() == ".app") {
+      bundles.push_back(item->path());
     }
   }
-  closedir(stream);
-  std::sort(names.begin(), names.end());
-  return names;
+  std::sort(bundles.begin(), bundles.end());
+  return bundles;
 }
 
 }  // namespace
@@ -36,14 +32,12 @@ Ref<FolderItem> LaunchServicesFindApplicationForInfoMBS(std::string_view creator
     return nullptr;
   }
   for (const std::string& folder : {HomeFolder() + "/Applications", SpecialFolder::Applications()->Path()}) {
-    for (const std::string& file_name : BundleNames(folder)) {
-      if (!name.empty() && !EqualsIgnoringCase(file_name, name)) {
+    for (const std::filesystem::path& bundle : BundlesIn(folder)) {
+      if (!name.empty() && !EqualsIgnoringCase(bundle.filename().string(), name)) {
         continue;
       }
-      std::string path = folder;
-      path.append("/").append(file_name);
-      if (bundle_id.empty() || EqualsIgnoringCase(ReadApplicationBundle(path).identifier, bundle_id)) {
-        return New<FolderItem>(path);
+      if (bundle_id.empty() || EqualsIgnoringCase(ReadApplicationBundle(bundle).identifier, bundle_id)) {
+        return New<FolderItem>(bundle.string());
       }
     }
   }
