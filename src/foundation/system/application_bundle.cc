@@ -1,5 +1,7 @@
 #include "foundation/system/application_bundle.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <filesystem>
 #include <string_view>
@@ -24,6 +26,14 @@ std::string TextUnder(std::string_view key, const CFDictionaryListMBS& list) {
   return text;
 }
 
+int WhyNotStartable(const std::string& path) {
+  if (access(path.c_str(), X_OK) != 0) {
+    return errno;
+  }
+  std::error_code ignored;
+  return std::filesystem::is_regular_file(path, ignored) ? 0 : EACCES;
+}
+
 }  // namespace
 
 ApplicationBundle ReadApplicationBundle(const std::string& folder) {
@@ -40,35 +50,25 @@ ApplicationBundle ReadApplicationBundle(const std::string& folder) {
   }
   const CFDictionaryListMBS& list = Cast<CFDictionaryMBS>(info)->List();
   bundle.identifier = TextUnder("CFBundleIdentifier", list);
-  const FolderItem programs(folder + std::string(kExecutableFolder));
-  const Ref<FolderItem> executable = programs.Child(TextUnder("CFBundleExecutable", list));
-  if (executable != nullptr) {
-    bundle.executable = executable->Path();
-  } else {
+  const std::string name = TextUnder("CFBundleExecutable", list);
+  if (FolderItem(folder).Child(name) == nullptr) {  // no name of a file
     bundle.error = ENOEXEC;
+    return bundle;
   }
+  bundle.executable = ExecutablePath(folder, name);
+  bundle.error = WhyNotStartable(bundle.executable);
   return bundle;
 }
 
-std::string IdentifierOfExecutable(const std::string& path) {
-  const std::size_t folder_end = path.rfind(kExecutableFolder);
-  if (folder_end == std::string::npos) {
-    return {};
-  }
-  const std::string folder = path.substr(0, folder_end);
-  if (!folder.ends_with(".app")) {
-    return {};
-  }
-  const ApplicationBundle bundle = ReadApplicationBundle(folder);
-  const bool is_executable =
-      !bundle.executable.empty() && (bundle.executable == path || ResolvePath(bundle.executable) == path);
-  return is_executable ? bundle.identifier : std::string();
+std::string ExecutablePath(const std::string& folder, const std::string& name) {
+  return folder + std::string(kExecutableFolder) + name;
 }
 
-std::string ResolvePath(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path resolved = std::filesystem::canonical(path, error);
-  return error ? std::string() : resolved.string();
+std::string BundleFolderOf(const std::string& path) {
+  const std::size_t end = path.rfind(kExecutableFolder);
+  const bool is_inside =
+      end != std::string::npos && path.find('/', end + kExecutableFolder.size()) == path.npos;
+  return is_inside ? path.substr(0, end) : std::string();
 }
 
 }  // namespace tollmere

@@ -12,4 +12,8 @@ namespace tollmere {
 // EndOfProcess when the end of the process is asked for meanwhile.
 int ReadFileBytes(const std::string& path, std::size_t limit, std::string& bytes);
 
+// The beginning of a file, at most `limit` bytes of it; what there is before an error, if it cannot be read
+// on.
+std::string ReadHead(const std::string& path, std::size_t limit);
+
 }  // namespace tollmere

@@ -8,6 +8,7 @@
 
 #include "foundation/system/application_bundle.h"
 #include "foundation/system/child_process.h"
+#include "foundation/system/process_list.h"
 #include "foundation/text.h"
 
 namespace tollmere {
@@ -102,7 +103,12 @@ void FolderItem::Launch(bool) {
   if (std::filesystem::is_directory(path_, ignored)) {
     bundle = ReadApplicationBundle(path_);
   }
-  last_error_code_ = bundle.error != 0 ? bundle.error : StartDetached(bundle.executable);
+  last_error_code_ = bundle.error;
+  if (last_error_code_ == 0) {
+    const Start start = StartDetached(bundle.executable, bundle.identifier);
+    last_error_code_ = start.error;
+    RememberStart(start.process, bundle.identifier);
+  }
 }
 
 Ref<FolderItem> Volume(std::int32_t number) { return number == 0 ? New<FolderItem>("/") : nullptr; }
