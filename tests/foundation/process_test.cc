@@ -205,9 +205,9 @@ void PrintTo(const Way& way, std::ostream* out) {
   *out << way.lay << " | " << way.start << " | " << way.then;
 }
 
-// A script that waits, a program that goes on, a wait for a process of that name.
+// A script and a program that wait, and a wait for a process of that name.
 #define SCRIPT "printf '#!/bin/sh\\nsleep 600\\n:\\n' "
-#define PROGRAM "cp /usr/bin/yes "
+#define PROGRAM "cp " WAITING_PROGRAM " "
 #define AWAIT "await() { until grep -qsx $1 /proc/[0-9]*/comm; do sleep 0.01; done; }; await "
 
 constexpr Way kWays[] = {
@@ -222,8 +222,7 @@ constexpr Way kWays[] = {
     {PROGRAM "$B/run; ln -sf ../../run $X", "exec $B/run"},
     {PROGRAM "$F/run; ln -sf $F/run $X"},
     {PROGRAM "$F/run; ln -sf $F/run $X", "cd $F; exec ./run"},
-    {"printf '#!/bin/sh\\nexec yes' >$X"},
-    {"printf '#!/bin/sh\\nexec env -u A bash -c \"sleep 600; :\"' >$X"},
+    {"printf '#!/bin/sh\\nexec env -u A tail -f /dev/null' >$X"},
     {SCRIPT ">$X; mv $B $F/Odd", "", "", true, "Odd"},
     {PROGRAM "$X; mv $B $F/Odd.APP", "exec $F/Odd.APP/Contents/MacOS/Tollmere", "", true, "Odd.APP"},
     {SCRIPT ">$F/plain; chmod +x $F/plain", "exec $F/plain", "", true, "plain"},
