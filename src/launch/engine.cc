@@ -26,8 +26,22 @@ bool RangInMinute(std::int32_t id, const Ref<Date>& now) {
   return history->HasKey(key) && IsSameMinute(Cast<Date>(VariantToObject(history->Value(key))), now);
 }
 
+// Where the main application would be started from, without a search and its log: as it was found last, as it
+// has stored its place itself, and as it would be installed. Some may be Nil.
+std::vector<Ref<FolderItem>> PlacesOfTollmere() {
+  std::vector<Ref<FolderItem>> places = {mTollmereAppFile,
+                                         CorePreferencesModified::GetPrefsFileValue("LastExeLocation")};
+  for (const std::string& folder : ApplicationFolders()) {
+    places.push_back(New<FolderItem>(folder)->Child(kBundleFileName));
+  }
+  return places;
+}
+
 bool IsRunning() {
   const Ref<ProcessMBS> process = New<ProcessMBS>();
+  for (const Ref<FolderItem>& place : PlacesOfTollmere()) {
+    process->ConsiderApplication(place, kBundleIdentifier);
+  }
   process->GetFirstProcess();
   do {
     if (EqualsIgnoringCase(process->BundleID(), kBundleIdentifier)) {

@@ -47,6 +47,19 @@ TEST_F(PreferenceServiceTest, AViewIsAsOldAsItsLastRefresh) {
   EXPECT_EQ(Value(), "absent");
 }
 
+// Where the path of the file leads nowhere, the store is not known to be empty.
+TEST_F(PreferenceServiceTest, AFolderThatIsALinkToNowhere) {
+  Put("1");
+  EXPECT_EQ(Value(), "1");
+  fs::create_directory_symlink("nowhere", folder_.Path() + "/link");
+  setenv("XDG_CONFIG_HOME", (folder_.Path() + "/link/deeper").c_str(), 1);
+  EXPECT_FALSE(Sync());
+  EXPECT_EQ(Value(), "1");
+  fs::create_directory(folder_.Path() + "/nowhere");
+  EXPECT_TRUE(Sync());
+  EXPECT_EQ(Value(), "absent");
+}
+
 TEST_F(PreferenceServiceTest, ARewriteOfTheSameSizeAndTimeIsSeen) {
   Put("1");
   const auto time = fs::last_write_time(path_);

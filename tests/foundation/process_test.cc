@@ -2,19 +2,24 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/fanotify.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <functional>
-#include <map>
+#include <iterator>
 #include <thread>
 
+#include "foundation/system/descriptor.h"
 #include "foundation/system/file_item.h"
 #include "foundation/system/preference_service.h"
 #include "foundation/system/process_list.h"
+#include "foundation/yield.h"
 #include "support/files.h"
 #include "support/log_capture.h"
 
@@ -125,28 +130,42 @@ TEST(LaunchTest, TheSystemSaysNo) {
 
 class ProcessListTest : public ::testing::Test {
  protected:
-  // Starts a child from `path`; it has become what it is to be when this returns.
-  pid_t Start(std::string path, std::string argument = "", uid_t user = getuid()) {
-    char* const argv[] = {path.data(), argument.empty() ? nullptr : argument.data(), nullptr};
-    int ready[2];
-    EXPECT_EQ(pipe2(ready, O_CLOEXEC), 0);
-    started_ = fork();
-    if (started_ == 0) {
-      dup2(open("/dev/null", O_RDWR), STDOUT_FILENO);
-      _exit(setuid(user) == 0 ? execv(path.c_str(), argv) : 1);
+  ProcessListTest() {
+    // Whatever the test starts becomes its child in the end.
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    setenv("HOME", folder_.Path().c_str(), 1);
+    setenv("F", folder_.Path().c_str(), 1);
+    setenv("B", bundle_.c_str(), 1);
+    setenv("X", (bundle_ + "/Contents/MacOS/Tollmere").c_str(), 1);
+    setenv("PATH", (folder_.Path() + "/bin:/usr/bin:/bin").c_str(), 1);
+    EXPECT_TRUE(geteuid() != 0 || Shell("chown -R nobody $F"));
+  }
+  ~ProcessListTest() override {
+    End();
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
+  }
+
+  static bool Shell(const std::string& commands) { return std::system(("set -e; " + commands).c_str()) == 0; }
+  // Sees to it that `act` holds in a process of its own, which knows nothing of what others have started and
+  // may no more than a user may.
+  static bool Apart(const std::function<bool()>& act) {
+    const pid_t child = fork();
+    if (child == 0) {
+      _exit((geteuid() != 0 || setuid(kUser) == 0) && act() ? 0 : 1);
     }
-    close(ready[1]);
-    char none = 0;
-    EXPECT_EQ(read(ready[0], &none, 1), 0);  // exec has closed the other end
-    close(ready[0]);
-    return started_;
+    int status = 1;
+    waitpid(child, &status, 0);
+    return status == 0;
   }
-  void End() {
-    kill(started_, SIGKILL);
-    waitpid(started_, nullptr, 0);
+  static void StartByHand(const std::string& command) {
+    if (fork() == 0) {
+      execl("/bin/bash", "bash", "-c", ("exec </dev/null >/dev/null; " + command).c_str(), nullptr);
+    }
   }
-  bool Runs() const {
+  // The cursor, told of the place, comes to a process of the bundle.
+  bool Runs(const std::string& place) const {
     ProcessMBS process;
+    process.ConsiderApplication(New<FolderItem>(folder_.Path() + "/" + place), identifier_);
     process.GetFirstProcess();
     do {
       if (process.BundleID() == identifier_) {
@@ -155,71 +174,162 @@ class ProcessListTest : public ::testing::Test {
     } while (process.GetNextProcess());
     return false;
   }
-  void CopySleepTo(const std::string& path) const {
-    fs::copy_file("/bin/sleep", path, fs::copy_options::overwrite_existing);
+  static std::vector<pid_t> Children() {
+    std::ifstream children("/proc/thread-self/children");
+    return {std::istream_iterator<pid_t>(children), {}};
+  }
+  static void End() {
+    do {
+      for (const pid_t child : Children()) {
+        kill(child, SIGKILL);
+      }
+    } while (wait(nullptr) > 0);
   }
 
+  static constexpr uid_t kUser = 65'534;
   TemporaryFolder folder_;
   const std::string identifier_ = "test" + folder_.Path();  // of no other process on this machine
-  const std::string bundle_ = folder_.WriteBundle("Tollmere.app", "", identifier_);
-  const std::string executable_ = bundle_ + "/Contents/MacOS/Tollmere";
-  pid_t started_ = -1;
+  const std::string bundle_ = folder_.WriteBundle("Applications/Tollmere.app", "", identifier_);
 };
 
-TEST_F(ProcessListTest, AProgramEvenWhenReplacedButNoZombie) {
-  CopySleepTo(executable_);
-  EXPECT_FALSE(Runs());
-  Start(executable_, "600");
-  EXPECT_TRUE(Runs());
-  fs::remove(executable_);
-  folder_.Write("Tollmere.app/Contents/MacOS/Tollmere", "another", true);
-  EXPECT_TRUE(Runs());
+// How the application lies, how it is started (where nothing is said, by Launch), what happens then, and
+// whether it is known as running; and where its last location is stored to be.
+struct Way {
+  const char* lay;
+  const char* start = "";
+  const char* then = "";
+  bool runs = true;
+  const char* place = "";
+};
+void PrintTo(const Way& way, std::ostream* out) {
+  *out << way.lay << " | " << way.start << " | " << way.then;
+}
+
+// A script and a program that wait, and a wait for a process of that name.
+#define SCRIPT "printf '#!/bin/sh\\nsleep 600\\n:\\n' "
+#define PROGRAM "cp " WAITING_PROGRAM " "
+#define AWAIT "await() { until grep -qsx $1 /proc/[0-9]*/comm; do sleep 0.01; done; }; await "
+
+constexpr Way kWays[] = {
+    {SCRIPT ">$X"},
+    {SCRIPT ">$X; mv $B $F/real; ln -s $F/real $B"},
+    {SCRIPT ">$X; mv $B $F/real; ln -s $F/real $B", "exec $F/real/Contents/MacOS/Tollmere"},
+    {SCRIPT ">$B/run; chmod +x $B/run; ln -sf ../../run $X"},
+    {SCRIPT ">$B/run; chmod +x $B/run; ln -sf ../../run $X", "exec $B/run"},
+    {SCRIPT ">$F/run; chmod +x $F/run; ln -sf $F/run $X"},
+    {SCRIPT ">$F/run; chmod +x $F/run; ln -sf $F/run $X", "cd $F; exec ./run"},
+    {PROGRAM "$B/run; ln -sf ../../run $X"},
+    {PROGRAM "$B/run; ln -sf ../../run $X", "exec $B/run"},
+    {PROGRAM "$F/run; ln -sf $F/run $X"},
+    {PROGRAM "$F/run; ln -sf $F/run $X", "cd $F; exec ./run"},
+    {"printf '#!/bin/sh\\nexec env -u A tail -f /dev/null' >$X"},
+    {SCRIPT ">$X; mv $B $F/Odd", "", "", true, "Odd"},
+    {PROGRAM "$X; mv $B $F/Odd.APP", "exec $F/Odd.APP/Contents/MacOS/Tollmere", "", true, "Odd.APP"},
+    {SCRIPT ">$F/plain; chmod +x $F/plain", "exec $F/plain", "", true, "plain"},
+    // The system does not tell what it runs.
+    {PROGRAM "$X; chmod 0111 $X"},
+    {PROGRAM "$X; chmod 0111 $X", "exec $X"},
+    {PROGRAM "$X; chmod 0111 $X", "cd $B/Contents/MacOS; exec ./Tollmere"},
+    {"printf '#!/usr/bin/python3\\nimport ctypes, time\\nctypes.CDLL(None).prctl(4, 0)\\ntime.sleep(600)' "
+     ">$X"},
+    // By hand.
+    {SCRIPT ">$X", "exec sh $X"},
+    {SCRIPT ">$X", "cd $B/Contents; exec bash -e MacOS/Tollmere"},
+    {SCRIPT ">$X; mkdir $F/bin; ln -s $X $F/bin/tlm", "exec tlm"},
+    {PROGRAM "$X; mkdir $F/bin; ln -s $X $F/bin/tlm", "exec tlm"},
+    {SCRIPT ">$X", "exec env -S 'bash -o pipefail -O extglob' $X"},
+    {"printf '#!/usr/bin/env -S python3 -W ignore\\nimport time; time.sleep(600)' >$X", "exec $X"},
+    {"printf '#!/usr/bin/env python\\nimport time; time.sleep(600)' >$X", "exec python3 -B $X"},
+    {"printf '#!\\t/bin/sh\\t-e\\nsleep 600\\n:' >$X", "exec $X"},
+    {PROGRAM "$X", "exec -a other $X"},
+    {SCRIPT ">$X", "exec -a other sh $X"},
+    // It changes while it runs.
+    {SCRIPT ">$X", "", "mv $B $F/Applications/Old.app"},
+    {SCRIPT ">$X", "exec $X", "mv $B $F/Applications/Old.app"},
+    {PROGRAM "$X", "exec $X", "mv $B $F/Applications/Old.app"},
+    {PROGRAM "$X", "cd $B/Contents/MacOS; exec ./Tollmere", "mv $B $F/Old.app"},
+    {PROGRAM "$X", "exec $X", "mv $X $X.old; " PROGRAM "$X"},
+    {PROGRAM "$X", "exec -a other $X", "rm $X; " SCRIPT ">$X"},
+    {SCRIPT ">$X", "exec $X", "rm $X; " PROGRAM "$X"},
+    {SCRIPT ">$X", "", "echo '<plist><dict>' >$B/Contents/Info.plist"},
+    {PROGRAM "$X", "exec -a other $X", "echo '<plist><dict>' >$B/Contents/Info.plist", true,
+     "Applications/Tollmere.app"},
+    {"printf '#!/usr/bin/python3\\nimport ctypes, threading, time\\n"
+     "threading.Thread(target=time.sleep, args=(600,)).start()\\nctypes.CDLL(None).pthread_exit(None)' >$X",
+     "exec $X", "until grep -qs 'Tollmere) Z' /proc/[0-9]*/stat; do sleep 0.01; done"},
+    // What does not count, even if it has inherited the mark.
+    {PROGRAM "$B/Contents/MacOS/helper", "exec $B/Contents/MacOS/helper", AWAIT "helper", false},
+    {PROGRAM "$B/Contents/MacOS/helper; printf '#!/bin/sh\\n$B/Contents/MacOS/helper &' >$X", "",
+     AWAIT "helper", false},
+    {"cp /usr/bin/tail $F/editor", "exec $F/editor -f $X", AWAIT "editor", false},
+    {"cp /bin/sh $F/mysh; printf 'sleep 600\\n:' >$F/run", "exec $F/mysh $F/run $X", AWAIT "mysh", false},
+    {"cp /bin/sh $F/mysh", "exec $F/mysh -c 'sleep 600; :' $X", AWAIT "mysh", false},
+};
+
+class WaysTest : public ProcessListTest, public ::testing::WithParamInterface<Way> {};
+
+TEST_P(WaysTest, IsKnownToRun) {
+  const Way& way = GetParam();
+  const auto is_known = [&] { return Eventually([&] { return Runs(way.place) == way.runs; }); };
+  EXPECT_TRUE(Apart([&] {
+    if (!Shell(way.lay)) {
+      return false;
+    }
+    if (*way.start != '\0') {
+      StartByHand(way.start);
+    } else if (Launch(*way.place != '\0' ? folder_.Path() + "/" + way.place : bundle_) != 0) {
+      return false;
+    }
+    return (!way.runs || is_known()) && Shell(way.then) && is_known();
+  }));
+  EXPECT_TRUE(Apart(is_known)) << "to an agent started since";
+}
+INSTANTIATE_TEST_SUITE_P(Ways, WaysTest, ::testing::ValuesIn(kWays));
+
+TEST_F(ProcessListTest, TheDeadAndThoseOfOthersDoNotCount) {
+  ASSERT_TRUE(Shell(PROGRAM "$X"));
+  StartByHand("exec $X");
+  EXPECT_TRUE(Eventually([&] { return Runs(""); }));
+  if (geteuid() == 0) {
+    EXPECT_TRUE(Apart([&] { return !Runs(""); }));
+  }
   ProcessMBS before;
   before.GetFirstProcess();
-  kill(started_, SIGKILL);
-  EXPECT_TRUE(Eventually([&] { return !Runs(); }));  // dead, and not yet waited for
+  siginfo_t dead;
+  kill(Children().front(), SIGKILL);
+  EXPECT_EQ(waitid(P_ALL, 0, &dead, WEXITED | WNOWAIT), 0);
+  EXPECT_FALSE(Runs(""));
   End();
   do {
     EXPECT_NE(before.BundleID(), identifier_);  // gone while the list was gone through
   } while (before.GetNextProcess());
-  fs::remove(executable_);
-  fs::create_symlink("/bin/sleep", executable_);
-  Start(executable_, "600");
-  EXPECT_TRUE(Runs());  // by its name, where the file is elsewhere
-  End();
 }
 
-TEST_F(ProcessListTest, AScriptUnderItsInterpreter) {
-  for (const char* first_line : {"#!/bin/sh", "#! /bin/sh -e", "#!/usr/bin/env bash",
-                                 "#!/usr/bin/env -S bash -e", "#!\t/bin/sh\t-e"}) {
-    folder_.Write("Tollmere.app/Contents/MacOS/Tollmere",
-                  first_line + std::string("\nwhile :; do sleep 0.05; done\n"), true);
-    Start(executable_);
-    EXPECT_TRUE(Eventually([&] { return Runs(); })) << first_line;
-    End();
+// A scanner that looks at each program before it starts, and does not answer.
+TEST_F(ProcessListTest, AStartThatHangs) {
+  ASSERT_TRUE(Shell(SCRIPT ">$X"));
+  Descriptor scanner(fanotify_init(FAN_CLASS_CONTENT | FAN_CLOEXEC, O_RDONLY));
+  if (fanotify_mark(scanner.Get(), FAN_MARK_ADD, FAN_OPEN_EXEC_PERM, AT_FDCWD, getenv("X")) != 0) {
+    GTEST_SKIP() << "no such scanner here, or not without root";
   }
-}
-
-TEST_F(ProcessListTest, WhatIsNotTheApplication) {
-  const std::string helper = bundle_ + "/Contents/MacOS/helper";
-  CopySleepTo(helper);
-  folder_.WriteBundle("Folder", "", identifier_);
-  const std::string in_folder = folder_.Path() + "/Folder/Contents/MacOS/Tollmere";
-  CopySleepTo(in_folder);
-  for (const auto& [program, argument] : std::map<std::string, std::string>{
-           {helper, "600"}, {in_folder, "600"}, {"/usr/bin/tail", "-f" + executable_}}) {
-    Start(program, argument);
-    EXPECT_FALSE(Runs()) << program;
-    End();
-  }
-  CopySleepTo(executable_);
-  fs::permissions(folder_.Path(), fs::perms::all);
-  fs::permissions(executable_, fs::perms::all);
-  if (getuid() == 0) {
-    Start(executable_, "600", 65'534);  // another user's
-    EXPECT_FALSE(Runs());
-    End();
-  }
+  EXPECT_EQ(Launch(bundle_), ETIMEDOUT);
+  EXPECT_TRUE(Runs(""));  // in case it comes up
+  const std::vector<pid_t> hanging = Children();
+  ASSERT_EQ(hanging.size(), 1U);
+  const std::string descriptors = "/proc/" + std::to_string(hanging[0]) + "/fd";
+  EXPECT_EQ(std::distance(fs::directory_iterator(descriptors), {}),
+            4);  // the standard ones, and the report's
+  EXPECT_TRUE(Apart([&] {
+    signal(SIGTERM, [](int) { ProcessEnd::Request(); });
+    Shell("{ sleep 0.2; kill " + std::to_string(getpid()) + "; } &");
+    try {
+      return Launch(bundle_) == -1;
+    } catch (const EndOfProcess&) {
+      return true;
+    }
+  }));
+  scanner.Close();
+  EXPECT_TRUE(Apart([&] { return Eventually([&] { return Runs(""); }); }));
 }
 
 }  // namespace

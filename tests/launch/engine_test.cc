@@ -27,6 +27,12 @@ TEST_F(EngineTest, ThreeSourcesBestFirst) {
       folder_.WriteBundle("stored place/Tollmere.app", "#!/bin/sh\n", "com.vendrel.Tollmere9");
   const std::string known =
       folder_.WriteBundle("Applications/Named as you like.app", "#!/bin/sh\n", "com.vendrel.Tollmere9");
+  // What is left of an older one comes first, and cannot be started.
+  std::filesystem::remove(folder_.WriteBundle("Applications/A left over.app", "", "com.vendrel.Tollmere9") +
+                          "/Contents/MacOS/Tollmere");
+  folder_.Write(
+      "Applications/Another.app/Contents/Info.plist",
+      "<plist><dict><key>CFBundleIdentifier</key><string>com.vendrel.Tollmere9</string></dict></plist>");
   const auto found = [](const std::string& path) { return Lines({"Found Tollmere: " + path}); };
   StoreLocation("file://" + folder_.Path() + "/stored%20place/Tollmere.app/");
   EXPECT_EQ(Engine::TollmereAppFile()->Path(), stored);

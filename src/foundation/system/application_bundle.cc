@@ -1,11 +1,14 @@
 #include "foundation/system/application_bundle.h"
 
+#include <unistd.h>
+
 #include <cerrno>
-#include <cstdlib>
+#include <filesystem>
 #include <string_view>
 
 #include "foundation/property_list/property_list.h"
 #include "foundation/system/file_bytes.h"
+#include "foundation/system/file_item.h"
 
 namespace tollmere {
 namespace {
@@ -23,10 +26,12 @@ std::string TextUnder(std::string_view key, const CFDictionaryListMBS& list) {
   return text;
 }
 
-bool IsFileName(std::string_view name) {
-  using namespace std::string_view_literals;
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of("/\0"sv) == std::string_view::npos;
+int WhyNotStartable(const std::string& path) {
+  if (access(path.c_str(), X_OK) != 0) {
+    return errno;
+  }
+  std::error_code ignored;
+  return std::filesystem::is_regular_file(path, ignored) ? 0 : EACCES;
 }
 
 }  // namespace
@@ -34,8 +39,7 @@ bool IsFileName(std::string_view name) {
 ApplicationBundle ReadApplicationBundle(const std::string& folder) {
   ApplicationBundle bundle;
   std::string bytes;
-  bool changed = false;
-  bundle.error = ReadFileBytes(folder + "/Contents/Info.plist", kMaxPropertyListBytes, bytes, changed);
+  bundle.error = ReadFileBytes(folder + "/Contents/Info.plist", kMaxPropertyListBytes, bytes);
   if (bundle.error != 0) {
     return bundle;
   }
@@ -46,38 +50,25 @@ ApplicationBundle ReadApplicationBundle(const std::string& folder) {
   }
   const CFDictionaryListMBS& list = Cast<CFDictionaryMBS>(info)->List();
   bundle.identifier = TextUnder("CFBundleIdentifier", list);
-  const std::string executable = TextUnder("CFBundleExecutable", list);
-  if (IsFileName(executable)) {
-    bundle.executable = folder + std::string(kExecutableFolder) + executable;
-  } else {
+  const std::string name = TextUnder("CFBundleExecutable", list);
+  if (FolderItem(folder).Child(name) == nullptr) {  // no name of a file
     bundle.error = ENOEXEC;
+    return bundle;
   }
+  bundle.executable = ExecutablePath(folder, name);
+  bundle.error = WhyNotStartable(bundle.executable);
   return bundle;
 }
 
-std::string IdentifierOfExecutable(const std::string& path) {
-  const std::size_t folder_end = path.rfind(kExecutableFolder);
-  if (folder_end == std::string::npos) {
-    return {};
-  }
-  const std::string folder = path.substr(0, folder_end);
-  if (!folder.ends_with(".app")) {
-    return {};
-  }
-  const ApplicationBundle bundle = ReadApplicationBundle(folder);
-  const bool is_executable =
-      !bundle.executable.empty() && (bundle.executable == path || ResolvePath(bundle.executable) == path);
-  return is_executable ? bundle.identifier : std::string();
+std::string ExecutablePath(const std::string& folder, const std::string& name) {
+  return folder + std::string(kExecutableFolder) + name;
 }
 
-std::string ResolvePath(const std::string& path) {
-  char* resolved = realpath(path.c_str(), nullptr);
-  if (resolved == nullptr) {
-    return {};
-  }
-  std::string result = resolved;
-  std::free(resolved);
-  return result;
+std::string BundleFolderOf(const std::string& path) {
+  const std::size_t end = path.rfind(kExecutableFolder);
+  const bool is_inside =
+      end != std::string::npos && path.find('/', end + kExecutableFolder.size()) == path.npos;
+  return is_inside ? path.substr(0, end) : std::string();
 }
 
 }  // namespace tollmere

@@ -5,24 +5,24 @@
 
 namespace tollmere {
 
-// An application is a folder NAME.app with a property list "Contents/Info.plist" and an executable in
-// "Contents/MacOS".
+// An application is a folder, NAME.app by custom, with a property list "Contents/Info.plist" and an
+// executable in "Contents/MacOS".
 struct ApplicationBundle {
   std::string identifier;  // "CFBundleIdentifier"; may be empty
-  std::string executable;  // absolute path of "CFBundleExecutable"; may be empty
-  // 0, or the errno that stands for why there is no executable to start: that of the file that could not
-  // be read, ENOEXEC for a folder that does not name one.
+  std::string executable;  // absolute path of "CFBundleExecutable"; may be empty, and need not exist
+  // 0, or the errno that stands for why it cannot be started: that of the file that could not be read or may
+  // not be executed, ENOEXEC for a folder that names no executable.
   int error = 0;
 };
 
-// Reads the bundle at `folder` afresh.
+// Reads the bundle at `folder` afresh. Throws EndOfProcess when the end of the process is asked for
+// meanwhile.
 ApplicationBundle ReadApplicationBundle(const std::string& folder);
 
-// The identifier of the bundle whose "CFBundleExecutable" the file at `path` is, by this path or as where
-// a link in the bundle leads; empty when there is none.
-std::string IdentifierOfExecutable(const std::string& path);
+// Where a bundle's executable of that name lies.
+std::string ExecutablePath(const std::string& folder, const std::string& name);
 
-// `path` with all links followed; empty when nothing is there.
-std::string ResolvePath(const std::string& path);
+// The bundle in which the file at `path` would be an executable; empty where it would not be one.
+std::string BundleFolderOf(const std::string& path);
 
 }  // namespace tollmere

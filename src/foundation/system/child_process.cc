@@ -8,9 +8,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
+#include <charconv>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <string_view>
 
@@ -22,6 +23,20 @@ namespace tollmere {
 namespace {
 
 constexpr std::size_t kMostErrorBytes = 65'536;  // what a pipe holds
+
+// The open descriptors but for the standard streams. Looked up before fork, since that allocates.
+std::vector<int> OtherDescriptors() {
+  std::vector<int> descriptors;
+  std::error_code error;
+  for (std::filesystem::directory_iterator item("/proc/self/fd", error), end; !error && item != end;
+       item.increment(error)) {
+    const int descriptor = static_cast<int>(Val(item->path().filename().string()));
+    if (descriptor > STDERR_FILENO) {
+      descriptors.push_back(descriptor);
+    }
+  }
+  return descriptors;
+}
 
 // Between fork and exec only calls that a signal handler could make are allowed, and none of them may
 // throw or allocate.
@@ -53,43 +68,77 @@ bool PointStandardStreamsAtNull() noexcept {
   return true;
 }
 
-// Those that this process opened close by themselves on exec; this is for what it inherited.
-void CloseOtherDescriptorsOnExec() noexcept {
-  if (close_range(STDERR_FILENO + 1, UINT_MAX, CLOSE_RANGE_CLOEXEC) != 0) {
-    const long limit = sysconf(_SC_OPEN_MAX);
-    for (int descriptor = STDERR_FILENO + 1; descriptor < limit; ++descriptor) {
-      fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+// Closes them at once: a program that hangs in exec would otherwise keep open what this process has closed.
+void CloseAll(const std::vector<int>& descriptors, int except) noexcept {
+  for (const int descriptor : descriptors) {
+    if (descriptor != except) {
+      close(descriptor);
     }
   }
 }
 
-[[noreturn]] void ReportErrno(int report) noexcept {
-  const int error = errno;
-  [[maybe_unused]] const ssize_t written = write(report, &error, sizeof error);
-  _exit(127);
+// What the processes of a start say through a pipe. Exec closes the pipe without a word.
+struct Report {
+  pid_t process;
+  int error;
+};
+
+void Send(int pipe, Report report) noexcept {
+  [[maybe_unused]] const ssize_t written = write(pipe, &report, sizeof report);
 }
 
-[[noreturn]] void BecomeDetached(const char* path, int report) noexcept {
-  char* const arguments[] = {const_cast<char*>(path), nullptr};
-  if (setsid() >= 0 && chdir("/") == 0 && PointStandardStreamsAtNull()) {
-    CloseOtherDescriptorsOnExec();
-    ResetSignals();
-    execve(path, arguments, environ);
+// What the program is started with, made before fork.
+class DetachedProgram {
+ public:
+  DetachedProgram(const std::string& path, const std::string& mark)
+      : path_(path), mark_(std::string(kStartMark) + "=" + mark + ":"), number_at_(mark_.size()) {
+    mark_.append(std::numeric_limits<pid_t>::digits10 + 2, '\0');
+    if (!mark.empty()) {
+      environment_.push_back(mark_.data());
+    }
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+      if (!std::string_view(*variable).starts_with(std::string(kStartMark) + "=")) {
+        environment_.push_back(*variable);
+      }
+    }
+    environment_.push_back(nullptr);
   }
-  ReportErrno(report);
-}
+  DetachedProgram(const DetachedProgram&) = delete;
+  DetachedProgram& operator=(const DetachedProgram&) = delete;
 
-// The child's part of StartDetached: a second fork, so that init inherits the program and collects it.
-[[noreturn]] void ForkDetached(const char* path, int report) noexcept {
-  const pid_t program = fork();
-  if (program < 0) {
-    ReportErrno(report);
+  // In the child: a second fork, so that init inherits the program and collects it.
+  [[noreturn]] void Fork(int pipe) noexcept {
+    CloseAll(descriptors_, pipe);
+    const pid_t program = fork();
+    if (program == 0) {
+      Become(pipe);
+    }
+    if (program < 0) {
+      Send(pipe, {0, errno});
+    }
+    _exit(0);
   }
-  if (program == 0) {
-    BecomeDetached(path, report);
+
+ private:
+  [[noreturn]] void Become(int pipe) noexcept {
+    const pid_t process = getpid();
+    Send(pipe, {process, 0});
+    std::to_chars(mark_.data() + number_at_, mark_.data() + mark_.size(), process);
+    char* const arguments[] = {path_.data(), nullptr};
+    if (setsid() >= 0 && chdir("/") == 0 && PointStandardStreamsAtNull()) {
+      ResetSignals();
+      execve(path_.c_str(), arguments, environment_.data());
+    }
+    Send(pipe, {0, errno});
+    _exit(127);
   }
-  _exit(0);
-}
+
+  std::string path_;
+  std::string mark_;
+  std::size_t number_at_;
+  std::vector<char*> environment_;
+  std::vector<int> descriptors_ = OtherDescriptors();
+};
 
 int WaitFor(pid_t child) noexcept {
   int status = 0;
@@ -107,23 +156,53 @@ int OpenProcessHandle(pid_t process) noexcept {
   return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
 }
 
-// What came through the pipe: an errno, or nothing when exec closed it.
-int ReadReport(int report) noexcept {
-  int error = 0;
-  ssize_t length = 0;
-  do {
-    length = read(report, &error, sizeof error);
-  } while (length < 0 && errno == EINTR);
-  return length == static_cast<ssize_t>(sizeof error) ? error : 0;
+// Collects a child that has nothing left to do, whatever has become of it.
+class Collected {
+ public:
+  explicit Collected(pid_t child) noexcept : child_(child) {}
+  Collected(const Collected&) = delete;
+  Collected& operator=(const Collected&) = delete;
+  ~Collected() {
+    kill(child_, SIGKILL);
+    WaitFor(child_);
+  }
+
+ private:
+  pid_t child_;
+};
+
+// Reads the reports until the pipe is closed or one tells of an error.
+Start AwaitReports(int pipe) {
+  constexpr std::int64_t kLongestStart = 5'000'000'000;
+  const std::int64_t give_up = MonotonicClock() + kLongestStart;
+  Start start{ECHILD, 0};  // until the program has reported
+  while (true) {
+    Report report{};
+    const ssize_t length = read(pipe, &report, sizeof report);
+    if (length == 0) {
+      return start;
+    }
+    if (length > 0) {
+      start = {report.error, report.process};
+      if (report.error != 0) {
+        return start;
+      }
+    } else if (MonotonicClock() >= give_up) {
+      return {ETIMEDOUT, start.process};
+    } else {
+      WaitForDescriptor(pipe, give_up);
+      Yield();
+    }
+  }
 }
 
 // The child's part of RunAndWait.
-[[noreturn]] void BecomeAttended(const char* path, char* const* arguments, int errors,
-                                 pid_t parent) noexcept {
+[[noreturn]] void BecomeAttended(const char* path, char* const* arguments, int errors, pid_t parent,
+                                 const std::vector<int>& descriptors) noexcept {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   // Where the parent has ended already, too early for that signal, there is nothing to show.
   if (getppid() == parent && PointStandardStreamsAtNull() && dup2(errors, STDERR_FILENO) >= 0) {
-    CloseOtherDescriptorsOnExec();
+    CloseAll(descriptors, -1);
     ResetSignals();
     execve(path, arguments, environ);
   }
@@ -150,24 +229,24 @@ int WaitOrEnd(pid_t child) {
 
 }  // namespace
 
-int StartDetached(const std::string& path) noexcept {
-  int report[2];
-  if (pipe2(report, O_CLOEXEC) != 0) {
-    return errno;
+Start StartDetached(const std::string& path, const std::string& mark) {
+  int pipe[2];
+  if (pipe2(pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+    return {errno, 0};
   }
+  const Descriptor reading(pipe[0]);
+  Descriptor writing(pipe[1]);
+  DetachedProgram program(path, mark);
   const pid_t child = fork();
   if (child == 0) {
-    ForkDetached(path.c_str(), report[1]);
+    program.Fork(writing.Get());
   }
-  const int fork_error = errno;
-  close(report[1]);
-  int error = fork_error;
-  if (child > 0) {
-    error = ReadReport(report[0]);
-    WaitFor(child);
+  if (child < 0) {
+    return {errno, 0};
   }
-  close(report[0]);
-  return error;
+  writing.Close();
+  const Collected collected(child);
+  return AwaitReports(reading.Get());
 }
 
 ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>& arguments) {
@@ -185,9 +264,10 @@ ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>
   }
   argv.push_back(nullptr);
   const pid_t parent = getpid();
+  const std::vector<int> descriptors = OtherDescriptors();
   const pid_t child = fork();
   if (child == 0) {
-    BecomeAttended(path.c_str(), argv.data(), writing.Get(), parent);
+    BecomeAttended(path.c_str(), argv.data(), writing.Get(), parent, descriptors);
   }
   writing.Close();
   if (child < 0) {

@@ -1,16 +1,30 @@
 // Programs started as processes of their own.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 #include <vector>
 
 namespace tollmere {
 
+// The variable by which a started program is known to whoever looks at its environment.
+inline constexpr const char* kStartMark = "TOLLMERE_HELPER_STARTED";
+
+// What came of a start.
+struct Start {
+  int error;      // 0, or the errno of what failed
+  pid_t process;  // of the program; 0 where nothing was left running
+};
+
 // Starts the program at `path`, with that path as its only argument, so that it has nothing of this
 // process but the environment: a session of its own, working directory "/", standard streams on
 // /dev/null, every signal at its default and none blocked, no open descriptor. It outlives this
-// process and is nobody's zombie. Returns 0, or the errno of what failed; then nothing is left running.
-int StartDetached(const std::string& path) noexcept;
+// process and is nobody's zombie. Its environment begins with kStartMark, whose value is `mark`, a colon, and
+// the program's own process number; what the program starts itself inherits the value, but has another
+// number. An empty `mark` makes none. A program that is not up after 5 s is an error, ETIMEDOUT, but may come
+// up yet. Throws EndOfProcess when the end of this process is asked for meanwhile.
+Start StartDetached(const std::string& path, const std::string& mark);
 
 // What came of a program.
 struct ProgramEnd {

@@ -4,12 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
-#include <string_view>
 
 #include "foundation/system/descriptor.h"
+#include "foundation/yield.h"
 
 namespace tollmere {
 namespace {
@@ -22,58 +22,58 @@ bool SameState(const struct stat& before, const struct stat& after) noexcept {
          same(before.st_ctim, after.st_ctim);
 }
 
+// Non-blocking, so that a FIFO without a writer does not hold the caller up.
+int OpenToRead(const std::string& path) noexcept {
+  return open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+}
+
+// Appends what follows in the file, until there is more than `limit` or nothing left. Returns 0 or an errno.
+int ReadOn(const Descriptor& file, std::size_t limit, std::string& bytes) {
+  std::array<char, 65'536> chunk;
+  ssize_t count = 0;
+  while (bytes.size() <= limit && (count = read(file.Get(), chunk.data(), chunk.size())) != 0) {
+    if (count > 0) {
+      bytes.append(chunk.data(), static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      return errno;
+    }
+    Yield();  // A mount may be slow.
+  }
+  return 0;
+}
+
 }  // namespace
 
-int ReadFileBytes(const std::string& path, std::size_t limit, std::string& bytes, bool& changed) {
-  // Non-blocking, so that a FIFO without a writer does not hold the caller up.
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+int ReadFileBytes(const std::string& path, std::size_t limit, std::string& bytes) {
+  bytes.clear();
+  const Descriptor file(OpenToRead(path));
   struct stat before {};
-  if (file.Get() < 0 || fstat(file.Get(), &before) != 0) {
+  if (!file.IsOpen() || fstat(file.Get(), &before) != 0) {
     return errno;
   }
   if (!S_ISREG(before.st_mode)) {
     return EINVAL;
   }
-  std::string differing;  // all of the file, once it has been seen to differ
-  bool differs = false;
-  std::size_t length = 0;
-  std::array<char, 65'536> chunk;
-  while (true) {
-    const ssize_t count = read(file.Get(), chunk.data(), chunk.size());
-    if (count < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      return errno;
-    }
-    const std::string_view part(chunk.data(), static_cast<std::size_t>(count));
-    if (!differs && (part.empty() ? length != bytes.size() : bytes.compare(length, part.size(), part) != 0)) {
-      differs = true;
-      differing.assign(bytes, 0, length);
-    }
-    if (part.empty()) {
-      break;
-    }
-    length += part.size();
-    if (length > limit) {
-      return EFBIG;
-    }
-    if (differs) {
-      differing.append(part);
-    }
+  if (const int error = ReadOn(file, limit, bytes); error != 0) {
+    return error;
+  }
+  if (bytes.size() > limit) {
+    return EFBIG;
   }
   struct stat after {};
   if (fstat(file.Get(), &after) != 0) {
     return errno;
   }
-  if (!SameState(before, after)) {
-    return EBUSY;
+  return SameState(before, after) ? 0 : EBUSY;
+}
+
+std::string ReadHead(const std::string& path, std::size_t limit) {
+  std::string head;
+  if (const Descriptor file(OpenToRead(path)); file.IsOpen()) {
+    ReadOn(file, limit, head);
   }
-  changed = differs;
-  if (differs) {
-    bytes = std::move(differing);
-  }
-  return 0;
+  head.resize(std::min(head.size(), limit));
+  return head;
 }
 
 }  // namespace tollmere

@@ -1,14 +1,14 @@
 #include "foundation/system/file_item.h"
 
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 
 #include "foundation/system/application_bundle.h"
 #include "foundation/system/child_process.h"
+#include "foundation/system/process_list.h"
 #include "foundation/text.h"
 
 namespace tollmere {
@@ -77,9 +77,9 @@ FolderItem::FolderItem(std::string_view path) {
   }
 }
 
-bool FolderItem::Exists() const noexcept {
-  struct stat status {};
-  return stat(path_.c_str(), &status) == 0;
+bool FolderItem::Exists() const {
+  std::error_code ignored;
+  return std::filesystem::exists(path_, ignored);
 }
 
 Ref<FolderItem> FolderItem::Child(std::string_view name) const {
@@ -97,21 +97,18 @@ Ref<FolderItem> FolderItem::Parent() const {
 Ref<FolderItem> FolderItem::GetRelative(std::string_view) const { return nullptr; }
 
 void FolderItem::Launch(bool) {
-  struct stat status {};
-  if (stat(path_.c_str(), &status) != 0) {
-    last_error_code_ = errno;
-    return;
+  ApplicationBundle bundle;
+  bundle.executable = path_;
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path_, ignored)) {
+    bundle = ReadApplicationBundle(path_);
   }
-  std::string executable = path_;
-  if (S_ISDIR(status.st_mode)) {
-    const ApplicationBundle bundle = ReadApplicationBundle(path_);
-    if (bundle.error != 0) {
-      last_error_code_ = bundle.error;
-      return;
-    }
-    executable = bundle.executable;
+  last_error_code_ = bundle.error;
+  if (last_error_code_ == 0) {
+    const Start start = StartDetached(bundle.executable, bundle.identifier);
+    last_error_code_ = start.error;
+    RememberStart(start.process, bundle.identifier);
   }
-  last_error_code_ = StartDetached(executable);
 }
 
 Ref<FolderItem> Volume(std::int32_t number) { return number == 0 ? New<FolderItem>("/") : nullptr; }

@@ -16,7 +16,7 @@ class FolderItem final : public Object {
   explicit FolderItem(std::string_view path);
 
   // True when something stands at the path; a link to nowhere does not count.
-  bool Exists() const noexcept;
+  bool Exists() const;
   // The named item inside this folder, whether or not it exists. Nil for what can be no single name:
   // an empty one, ".", "..", one with a slash or a NUL in it.
   Ref<FolderItem> Child(std::string_view name) const;
@@ -53,11 +53,10 @@ inline constexpr std::int32_t kPathModeUrl = 2;
 Ref<FolderItem> GetFolderItem(std::string_view text, std::int32_t mode);
 
 // The item's path in POSIX form.
-inline const std::string& UnixpathMBS(const Ref<FolderItem>& item) { return item->Path(); }
+inline std::string UnixpathMBS(const Ref<FolderItem>& item) { return item->Path(); }
 
 // The current user's home folder: HOME where it is an absolute path, else what the system's list of users
-// says;
-// "/" where neither knows.
+// says; "/" where neither knows.
 std::string HomeFolder();
 
 namespace SpecialFolder {

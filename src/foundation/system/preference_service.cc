@@ -1,10 +1,9 @@
 #include "foundation/system/preference_service.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "foundation/property_list/property_list.h"
 #include "foundation/system/file_bytes.h"
@@ -13,10 +12,18 @@
 namespace tollmere {
 namespace {
 
-// A link that leads nowhere is a file that cannot be read, and not the absence of one.
-bool IsAbsent(const std::string& path, int error) noexcept {
-  struct stat status {};
-  return error == ENOENT && lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+namespace fs = std::filesystem;
+
+// A link that leads nowhere, wherever in the path it stands, is a file that cannot be read, and not the
+// absence of one.
+bool IsAbsent(const std::string& file, int error) {
+  std::error_code ignored;
+  const fs::path path = fs::absolute(file, ignored);
+  fs::path there = path;
+  while (fs::symlink_status(there, ignored).type() == fs::file_type::not_found && there.has_relative_path()) {
+    there = there.parent_path();
+  }
+  return error == ENOENT && there != path && fs::exists(there, ignored);
 }
 
 // What went wrong, where it is no matter of the file's content.
@@ -82,9 +89,9 @@ void CFPreferencesMBS::SetPath(const Ref<CFStringMBS>& application_id, std::stri
 }
 
 bool CFPreferencesMBS::Refresh(View& view, const std::string& domain) {
-  bool changed = false;
   const std::string path = view.path.empty() ? DomainPath(domain) : view.path;
-  const int error = ReadFileBytes(path, kMaxPropertyListBytes, view.bytes, changed);
+  std::string bytes;
+  const int error = ReadFileBytes(path, kMaxPropertyListBytes, bytes);
   view.error = error;
   if (IsAbsent(path, error)) {
     view.bytes.clear();
@@ -96,8 +103,9 @@ bool CFPreferencesMBS::Refresh(View& view, const std::string& domain) {
   if (error != 0) {
     return false;
   }
-  if (changed || !view.exists) {
+  if (!view.exists || view.bytes != bytes) {
     view.exists = true;
+    view.bytes = std::move(bytes);
     view.bytes_are_good = false;  // until they have been read to the end
     view.problem = "its top is no dictionary";
     const Ref<CFObjectMBS> root = ParsePropertyList(view.bytes, &view.problem);

@@ -1,156 +1,65 @@
 #include "foundation/system/process_list.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <charconv>
-#include <climits>
-#include <string_view>
 
-#include "foundation/system/application_bundle.h"
-#include "foundation/text.h"
+#include "foundation/system/child_process.h"
+#include "foundation/system/launch_services.h"
+#include "foundation/system/running_process.h"
+#include "foundation/yield.h"
 
 namespace tollmere {
 namespace {
 
-std::string ProcessPath(pid_t process, const char* name) {
-  return "/proc/" + std::to_string(process) + "/" + name;
+struct RememberedStart {
+  pid_t process;
+  std::string time;
+  std::string identifier;
+
+  bool IsOf(pid_t number) const { return process == number && time == StartTimeOf(number); }
+};
+
+// The processes that this one has started, as far as they have not been seen to end.
+std::vector<RememberedStart>& RememberedStarts() {
+  static std::vector<RememberedStart> starts;
+  return starts;
 }
 
-// The beginning of a file, as much as a line or a command needs; empty when it cannot be read.
-std::string ReadHead(const std::string& path, std::size_t size) {
-  std::string head(size, '\0');
-  std::size_t length = 0;
-  const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-  if (file < 0) {
-    return {};
-  }
-  while (length < size) {
-    const ssize_t count = read(file, head.data() + length, size - length);
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count <= 0) {
-      break;
-    }
-    length += static_cast<std::size_t>(count);
-  }
-  close(file);
-  head.resize(length);
-  return head;
-}
-
-std::string ReadLink(const std::string& path) {
-  char target[PATH_MAX];
-  const ssize_t length = readlink(path.c_str(), target, sizeof target);
-  return length > 0 ? std::string(target, static_cast<std::size_t>(length)) : std::string();
-}
-
-// What `status` says of a process behind `field`, such as "Uid:".
-std::string_view StatusField(std::string_view status, std::string_view field) {
-  for (const std::string_view line : Split(status, "\n")) {
-    if (line.starts_with(field)) {
-      const std::size_t at = line.find_first_not_of(" \t", field.size());
-      return at != std::string_view::npos ? line.substr(at) : std::string_view();
+// The identifier of the bundle that the process was started for, by this agent or, as its environment tells,
+// by an earlier one.
+std::string StartedFor(const RunningProcess& process) {
+  for (const RememberedStart& start : RememberedStarts()) {
+    if (start.IsOf(process.number)) {
+      return start.identifier;
     }
   }
-  return {};
-}
-
-// Alive, and the current user's own.
-bool Counts(pid_t process) {
-  const std::string status = ReadHead(ProcessPath(process, "status"), 4096);
-  const std::string_view state = StatusField(status, "State:");
-  if (state.empty() || state.front() == 'Z' || state.front() == 'X') {
-    return false;
-  }
-  const std::string_view user = StatusField(status, "Uid:");
-  return user.substr(0, user.find('\t')) == std::to_string(getuid());
-}
-
-// The file that the process runs. A file that has been replaced since is known by the path that it had.
-std::string ExecutableOf(pid_t process) {
-  static constexpr std::string_view kDeleted = " (deleted)";
-  std::string path = ReadLink(ProcessPath(process, "exe"));
-  if (path.ends_with(kDeleted) && access(path.c_str(), F_OK) != 0) {
-    path.resize(path.size() - kDeleted.size());
-  }
-  return path;
-}
-
-std::string_view FileName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
-
-// True when the script at `path` names, in its first line, the program that the process runs: only then is
-// the process an interpreter at work on it, and not, say, an editor that has it open.
-bool NamesInterpreter(const std::string& path, const std::string& executable, std::string_view command) {
-  const std::string head = ReadHead(path, 256);
-  if (!head.starts_with("#!")) {
-    return false;
-  }
-  std::vector<std::string_view> words;
-  const std::string_view line = std::string_view(head).substr(2, head.find('\n') - 2);
-  for (std::size_t at = 0; (at = line.find_first_not_of(" \t", at)) != std::string_view::npos;) {
-    const std::size_t end = std::min(line.find_first_of(" \t", at), line.size());
-    words.push_back(line.substr(at, end - at));
-    at = end;
-  }
-  if (words.empty()) {
-    return false;
-  }
-  if (ResolvePath(std::string(words.front())) == executable) {
-    return true;
-  }
-  if (FileName(words.front()) == "env") {
-    // It has given way to the program that it was told to find.
-    return std::any_of(words.begin() + 1, words.end(), [&](std::string_view word) {
-      const std::string_view name = FileName(word);
-      return !name.starts_with('-') && (FileName(command) == name || FileName(executable) == name);
-    });
-  }
-  // The interpreter's own file may have been replaced, too.
-  return words.front() == executable;
-}
-
-// The bundle whose script the process interprets.
-std::string BundleOfScript(pid_t process, const std::string& executable,
-                           const std::vector<std::string_view>& arguments) {
-  const auto script = std::find_if(arguments.begin() + 1, arguments.end(),
-                                   [](std::string_view argument) { return !argument.starts_with('-'); });
-  if (script == arguments.end() || script->empty()) {
-    return {};
-  }
-  std::string path(*script);
-  if (path.front() != '/') {
-    path = ReadLink(ProcessPath(process, "cwd")) + "/" + path;
-  }
-  path = ResolvePath(path);
-  const std::string identifier = path.empty() ? std::string() : IdentifierOfExecutable(path);
-  return !identifier.empty() && NamesInterpreter(path, executable, arguments.front()) ? identifier
-                                                                                      : std::string();
+  const std::string mark = process.Variable(kStartMark);
+  const std::string own_end = ":" + std::to_string(process.number);
+  return mark.ends_with(own_end) ? mark.substr(0, mark.size() - own_end.size()) : std::string();
 }
 
 }  // namespace
 
+void RememberStart(pid_t process, const std::string& identifier) {
+  std::vector<RememberedStart>& starts = RememberedStarts();
+  std::erase_if(starts, [](const RememberedStart& start) { return !start.IsOf(start.process); });
+  if (const std::string time = StartTimeOf(process); !time.empty()) {
+    starts.push_back({process, time, identifier});
+  }
+}
+
+void ProcessMBS::ConsiderApplication(const Ref<FolderItem>& place, const std::string& identifier) {
+  if (place != nullptr) {
+    applications_.push_back(DescribeApplication(place->Path(), identifier));
+  }
+}
+
 void ProcessMBS::GetFirstProcess() {
-  processes_.clear();
+  for (const std::string& place : InstalledApplications()) {
+    ConsiderApplication(New<FolderItem>(place), "");
+  }
+  std::erase_if(applications_, [](const KnownApplication& known) { return known.identifier.empty(); });
+  processes_ = ProcessNumbers();
   at_ = 0;
-  DIR* folder = opendir("/proc");
-  if (folder == nullptr) {
-    return;
-  }
-  while (const dirent* entry = readdir(folder)) {
-    const std::string_view name = entry->d_name;
-    pid_t process = 0;
-    const auto [stop, error] = std::from_chars(name.data(), name.data() + name.size(), process);
-    if (error == std::errc() && stop == name.data() + name.size()) {
-      processes_.push_back(process);
-    }
-  }
-  closedir(folder);
 }
 
 bool ProcessMBS::GetNextProcess() {
@@ -159,32 +68,26 @@ bool ProcessMBS::GetNextProcess() {
 }
 
 std::string ProcessMBS::BundleID() const {
-  if (at_ >= processes_.size() || !Counts(processes_[at_])) {
+  const auto process = at_ < processes_.size() ? LookAtProcess(processes_[at_]) : std::nullopt;
+  if (!process) {
     return {};
   }
-  const pid_t process = processes_[at_];
-  const std::string executable = ExecutableOf(process);
-  if (executable.empty()) {
-    return {};
-  }
-  if (std::string identifier = IdentifierOfExecutable(executable); !identifier.empty()) {
+  if (std::string identifier = StartedFor(*process); !identifier.empty()) {
     return identifier;
   }
-  constexpr std::size_t kEnoughOfCommand = 16'384;
-  const std::string command = ReadHead(ProcessPath(process, "cmdline"), kEnoughOfCommand);
-  const std::vector<std::string_view> arguments = Split(command, std::string_view("\0", 1));
-  if (arguments.empty()) {
-    return {};  // A process may have no arguments, not even its name.
-  }
-  // The bundle's executable may be a link to a file elsewhere, and is then known by the name under which
-  // it was started.
-  const std::string name(arguments.front());
-  if (name.starts_with('/') && ResolvePath(name) == executable) {
-    if (std::string identifier = IdentifierOfExecutable(name); !identifier.empty()) {
-      return identifier;
+  for (const KnownApplication& application : applications_) {
+    if (BelongsTo(*process, application)) {
+      return application.identifier;
     }
   }
-  return BundleOfScript(process, executable, arguments);
+  // An application at a place that nobody has named.
+  for (const std::string& folder : OtherBundlesOf(*process, applications_)) {
+    const KnownApplication application = DescribeApplication(folder, "");
+    if (BelongsTo(*process, application)) {
+      return application.identifier;
+    }
+  }
+  return {};
 }
 
 }  // namespace tollmere

@@ -1,0 +1,201 @@
+#include "foundation/system/known_application.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+
+#include "foundation/system/application_bundle.h"
+#include "foundation/system/file_bytes.h"
+#include "foundation/text.h"
+
+namespace tollmere {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string_view FileName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+bool IsSameFile(const std::string& one, const std::string& other) {
+  std::error_code ignored;
+  return fs::equivalent(one, other, ignored);
+}
+
+// The first line of a script names its interpreter, which may be for `env` to find: all its words then count,
+// freed from what `env -S` allows around them. Empty for what is no script.
+std::vector<std::string> InterpreterWords(const std::string& path) {
+  constexpr std::size_t kMostRead = 256;  // as the system does
+  std::error_code ignored;
+  const std::string head = fs::is_regular_file(path, ignored) ? ReadHead(path, kMostRead) : std::string();
+  std::vector<std::string> words;
+  if (head.starts_with("#!")) {
+    const std::string line = head.substr(2, head.find('\n') - 2);
+    constexpr std::string_view kBetween = " \t'\"=";
+    for (std::size_t at = 0; (at = line.find_first_not_of(kBetween, at)) != std::string::npos;) {
+      const std::size_t end = std::min(line.find_first_of(kBetween, at), line.size());
+      words.push_back(line.substr(at, end - at));
+      if (words.back().starts_with("-S")) {
+        words.back().erase(0, 2);
+      }
+      at = end;
+    }
+  }
+  return words;
+}
+
+// "python" of "python3.11".
+std::string_view WithoutVersion(std::string_view name) {
+  return name.substr(0, name.find_last_not_of("0123456789.") + 1);
+}
+
+// The system marks the path of a file that has been removed or replaced since.
+std::string ExecutablePathOf(const RunningProcess& process) {
+  constexpr std::string_view kMark = " (deleted)";
+  std::string path = process.executable;
+  if (path.ends_with(kMark)) {
+    path.resize(path.size() - kMark.size());
+  }
+  return path;
+}
+
+bool HasNameOf(const KnownApplication& application, const std::string& path) {
+  return FileName(path) == FileName(application.executable) || FileName(path) == FileName(application.target);
+}
+
+// True for the executable, by its name, of a bundle that says nothing: it was renamed while the process ran,
+// or is just being rewritten.
+bool IsInSilentBundle(const std::string& path, const KnownApplication& application) {
+  const std::string folder = BundleFolderOf(path);
+  return !folder.empty() && FileName(path) == FileName(application.executable) &&
+         ReadApplicationBundle(folder).executable.empty();
+}
+
+// True when the path is the application's, or leads to it.
+bool LeadsTo(const KnownApplication& application, const std::string& path) {
+  if (path.empty()) {
+    return false;
+  }
+  if (path == application.executable || path == application.target) {
+    return true;
+  }
+  const bool is_inside = !application.folder.empty() && path.starts_with(application.folder + "/");
+  return (is_inside || HasNameOf(application, path)) &&
+         (IsSameFile(path, application.executable) || IsInSilentBundle(path, application));
+}
+
+bool RunsExecutable(const RunningProcess& process, const KnownApplication& application) {
+  const std::string path = ExecutablePathOf(process);
+  if (path.empty()) {
+    // Not told. Unless it was started by a path, the name of the started file remains.
+    constexpr std::size_t kNameLength = 15;
+    return !process.arguments.front().starts_with('/') &&
+           (process.name == FileName(application.executable).substr(0, kNameLength) ||
+            process.name == FileName(application.target).substr(0, kNameLength));
+  }
+  return path == application.executable || path == application.target ||
+         (HasNameOf(application, path) && (IsSameFile(process.folder + "/exe", application.executable) ||
+                                           IsInSilentBundle(path, application)));
+}
+
+bool WasStartedAs(const RunningProcess& process, const KnownApplication& application) {
+  const std::string& name = process.arguments.front();
+  return name.find('/') != std::string::npos && LeadsTo(application, process.PathOf(name));
+}
+
+// An interpreter of the script, or a shell, which may be told to read any script; but not, say, an editor.
+bool IsInterpreter(const RunningProcess& process, const KnownApplication& application) {
+  const std::string path = ExecutablePathOf(process);
+  for (const std::string_view name : {FileName(path), FileName(process.arguments.front())}) {
+    if (name.ends_with("sh") || std::any_of(application.interpreter.begin(), application.interpreter.end(),
+                                            [&](std::string_view word) {
+                                              return !name.empty() &&
+                                                     WithoutVersion(FileName(word)) == WithoutVersion(name);
+                                            })) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// A link by another name is followed only where commands lie.
+bool LiesAlongPath(const RunningProcess& process, const std::string& path) {
+  const std::string folders = process.Variable("PATH");
+  const std::vector<std::string_view> along = Split(folders, ":");
+  return std::find(along.begin(), along.end(), fs::path(path).parent_path().string()) != along.end();
+}
+
+// True when the argument may be the value of the option before it.
+bool IsValue(const std::string& argument, const KnownApplication& application) {
+  const auto& words = application.interpreter;
+  return std::find(words.begin(), words.end(), argument) != words.end() ||
+         argument.find_first_of(" \t\n/.") == std::string::npos;
+}
+
+// The script is the first argument that is neither an option nor an option's value.
+bool InterpretsScript(const RunningProcess& process, const KnownApplication& application) {
+  if (!IsInterpreter(process, application)) {
+    return false;
+  }
+  bool after_option = false;
+  for (auto argument = process.arguments.begin() + 1; argument != process.arguments.end(); ++argument) {
+    const bool is_option = argument->starts_with('-');
+    const std::string path = is_option ? std::string() : process.PathOf(*argument);
+    if (LeadsTo(application, path) ||
+        (!path.empty() && LiesAlongPath(process, path) && IsSameFile(path, application.executable))) {
+      return true;
+    }
+    if (*argument == "-c" || (!is_option && !(after_option && IsValue(*argument, application)))) {
+      return false;
+    }
+    after_option = is_option;
+  }
+  return false;
+}
+
+}  // namespace
+
+KnownApplication DescribeApplication(const std::string& place, const std::string& identifier) {
+  KnownApplication application;
+  application.identifier = identifier;
+  application.executable = place;
+  std::error_code error;
+  if (!fs::is_regular_file(place, error)) {
+    const ApplicationBundle bundle = ReadApplicationBundle(place);
+    application.folder = place;
+    application.executable = ExecutablePath(place, fs::path(place).stem());
+    if (!bundle.executable.empty()) {
+      application.executable = bundle.executable;
+    }
+    if (!bundle.identifier.empty()) {
+      application.identifier = bundle.identifier;
+    }
+  }
+  application.target = fs::canonical(application.executable, error);
+  application.interpreter = InterpreterWords(application.executable);
+  return application;
+}
+
+bool BelongsTo(const RunningProcess& process, const KnownApplication& application) {
+  return !process.arguments.empty() &&
+         (RunsExecutable(process, application) || WasStartedAs(process, application) ||
+          InterpretsScript(process, application));
+}
+
+std::vector<std::string> OtherBundlesOf(const RunningProcess& process,
+                                        const std::vector<KnownApplication>& applications) {
+  std::vector<std::string> folders = {BundleFolderOf(ExecutablePathOf(process))};
+  for (const std::string& argument : process.arguments) {
+    if (&argument == &process.arguments.front() ||
+        std::any_of(applications.begin(), applications.end(),
+                    [&](const KnownApplication& known) { return HasNameOf(known, argument); })) {
+      folders.push_back(BundleFolderOf(process.PathOf(argument)));
+    }
+  }
+  std::erase_if(folders, [&](const std::string& folder) {
+    return folder.empty() ||
+           std::any_of(applications.begin(), applications.end(),
+                       [&](const KnownApplication& known) { return known.folder == folder; });
+  });
+  return folders;
+}
+
+}  // namespace tollmere

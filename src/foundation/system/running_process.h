@@ -1,0 +1,36 @@
+// What the system tells of one running process.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tollmere {
+
+struct RunningProcess {
+  pid_t number = 0;
+  std::string folder;  // where the system tells of it: its own, or that of a thread that lives on
+  std::string name;    // the first 15 bytes of the name of the file that was started, if it kept that name
+  std::string executable;              // path of the file that it runs; empty where the system does not tell
+  std::vector<std::string> arguments;  // the beginning of them; [0] is the name that it was started by
+
+  // The path that one of the arguments means: a relative one counts from the process's own folder.
+  // Empty where that folder is not told.
+  std::string PathOf(const std::string& argument) const;
+  // The value of a variable of the environment that the process was started with; empty where it is not
+  // there or not told.
+  std::string Variable(const std::string& name) const;
+};
+
+// Nothing for a process that has ended, even if its parent does not know yet, and for one of another user.
+std::optional<RunningProcess> LookAtProcess(pid_t number);
+
+// Tells a process from others that get the same number. Empty when there is none with that number.
+std::string StartTimeOf(pid_t number);
+
+// The processes of all users.
+std::vector<pid_t> ProcessNumbers();
+
+}  // namespace tollmere
