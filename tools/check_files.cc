@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <set>
 
 #include "application.h"
@@ -46,7 +47,8 @@ std::string OtherWriters(const struct stat& status) {
 
 void CheckWriters(const std::string& path, Findings& findings) {
   std::set<std::string> looked_at;
-  for (const std::string& way : {path, ResolvePath(path)}) {
+  std::error_code error;
+  for (const std::string& way : {path, std::filesystem::canonical(path, error).string()}) {
     if (way.empty()) {
       continue;
     }

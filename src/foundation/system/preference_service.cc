@@ -17,13 +17,16 @@ namespace fs = std::filesystem;
 // A link that leads nowhere, wherever in the path it stands, is a file that cannot be read, and not the
 // absence of one.
 bool IsAbsent(const std::string& file, int error) {
+  if (error != ENOENT) {
+    return false;
+  }
   std::error_code ignored;
   const fs::path path = fs::absolute(file, ignored);
   fs::path there = path;
   while (fs::symlink_status(there, ignored).type() == fs::file_type::not_found && there.has_relative_path()) {
     there = there.parent_path();
   }
-  return error == ENOENT && there != path && fs::exists(there, ignored);
+  return there != path && fs::exists(there, ignored);
 }
 
 // What went wrong, where it is no matter of the file's content.
