@@ -4,6 +4,7 @@
 #include <map>
 
 #include "foundation/system/clock.h"
+#include "foundation/yield.h"
 #include "preferences/core_preferences.h"
 #include "search_deadline.h"
 #include "still_clock.h"
@@ -68,6 +69,7 @@ class Simulation {
       StillClock::AdvanceTo(stop);
       const Date then;
       all = then.Month() != now.Month() || StillClock::Offset() != offset;
+      Yield();
     }
   }
 

@@ -19,7 +19,7 @@ long left_in_all = 10 * kMicroseconds;
 long SetCountdown(long microseconds) {
   itimerval before{};
   const itimerval now{{0, 0}, {microseconds / kMicroseconds, microseconds % kMicroseconds}};
-  setitimer(ITIMER_VIRTUAL, &now, &before);
+  setitimer(ITIMER_PROF, &now, &before);
   return before.it_value.tv_sec * kMicroseconds + before.it_value.tv_usec;
 }
 
@@ -30,7 +30,7 @@ bool SearchDeadline::Finishes(const std::function<void()>& work) {
   if (allowed <= 0) {
     return false;
   }
-  std::signal(SIGVTALRM, [](int) { ProcessEnd::Request(); });
+  std::signal(SIGPROF, [](int) { ProcessEnd::Request(); });
   SetCountdown(allowed);
   bool finished = true;
   try {
