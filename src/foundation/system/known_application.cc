@@ -58,7 +58,8 @@ std::string ExecutablePathOf(const RunningProcess& process) {
 }
 
 bool HasNameOf(const KnownApplication& application, const std::string& path) {
-  return FileName(path) == FileName(application.executable) || FileName(path) == FileName(application.target);
+  const std::string_view name = FileName(path);
+  return !name.empty() && (name == FileName(application.executable) || name == FileName(application.target));
 }
 
 // True for the executable, by its name, of a bundle that says nothing: it was renamed while the process ran,
