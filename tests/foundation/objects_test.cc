@@ -35,10 +35,8 @@ TEST(ObjectsTest, DictionariesOfEverySize) {
       dictionary.SetValue(Int32ToVariant(i), Int32ToVariant(i + 1));
     }
     EXPECT_EQ(dictionary.Count(), 2U * static_cast<unsigned>(count) + 4);
-    for (const int step : {1, 7, -1}) {  // a number of entries further each time, round and round
-      for (int i = 0, key = 0; i < count; ++i, key = (key + count + step % count) % count) {
-        ASSERT_EQ(VariantToInt32(dictionary.Value(Int32ToVariant(key))), key + 1);
-      }
+    for (int i = 0; i < count; ++i) {
+      ASSERT_EQ(VariantToInt32(dictionary.Value(Int32ToVariant(i))), i + 1);
     }
     EXPECT_EQ(VariantToInt32(*dictionary.If("a")), 1);
     EXPECT_TRUE(dictionary.HasKey("0") && dictionary.If("0")->IsNil());  // Nil is a value

@@ -45,6 +45,11 @@ TEST(PropertyListTest, Forms) {
         << row[0];
     EXPECT_EQ(Rewritten(Xml(row[1])), row[1]) << row[0] << " read back";
   }
+  for (const auto& row : Table("refused_lists.txt")) {
+    std::string problem;
+    ParsePropertyList(ReadWholeFile(TEST_DATA "/property_lists/refused/" + row[0] + ".plist"), &problem);
+    EXPECT_EQ(problem, row[1]) << row[0];
+  }
 }
 
 // Those of binary lists are held by kept files.
@@ -58,6 +63,7 @@ TEST(PropertyListTest, Limits) {
   };
   EXPECT_TRUE(ParsePropertyList(nested(512)) != nullptr && ParsePropertyList(nested(513)) == nullptr);
   EXPECT_TRUE(ParsePropertyList(items(999'999)) != nullptr && ParsePropertyList(items(1'000'000)) == nullptr);
+  EXPECT_TRUE(ParsePropertyList(Xml("<dict>" + Repeat("<key/><true/>", 500'000) + "</dict>")) == nullptr);
   EXPECT_TRUE(ParsePropertyList(sized(kMaxPropertyListBytes)) != nullptr);
   EXPECT_TRUE(ParsePropertyList(sized(kMaxPropertyListBytes + 1)) == nullptr);
 }

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 #include "preferences/core_preferences.h"
 #include "support/files.h"
 #include "support/stored_lists.h"
@@ -9,8 +7,6 @@
 
 namespace tollmere::testing {
 namespace {
-
-using NextRingTimeTest = StoreTest;
 
 class TimetableTest : public StoreTest, public ::testing::WithParamInterface<Section> {};
 
@@ -31,35 +27,6 @@ TEST_P(TimetableTest, Agrees) {
 }
 INSTANTIATE_TEST_SUITE_P(Schedule, TimetableTest, ::testing::ValuesIn(Sections("next_ring_times.txt", "## ")),
                          [](const auto& section) { return section.param.name; });
-
-// The calendar says by itself which occurrence of its weekday a day is, from either end.
-TEST_F(NextRingTimeTest, WeeklyRelativeAgreesWithTheCalendar) {
-  using namespace std::chrono;
-  for (unsigned row = 0; row < 7 * 5 * 2; ++row) {
-    const unsigned weekday_index = row % 7;
-    const unsigned n = row / 7 % 5;
-    const bool from_end = row >= 35;
-    const Ref<TLMAlarm> alarm = TLMAlarm::Make();
-    alarm->Type = AlarmTypeWeeklyRelative;
-    alarm->WeeklyDaysRelative[weekday_index] = true;
-    alarm->WeeklyDaysRelativeOccurrences[n] = true;
-    alarm->WeeklyDaysRelativeFromMonthEnd = from_end;
-    SetClock("2027-01-01");
-    for (int rings = 0; rings < 30; ++rings) {
-      alarm->SetNextRingTime(nullptr);
-      ASSERT_NE(alarm->NextRingDateTime, nullptr);
-      const Date& ring = *alarm->NextRingDateTime;
-      const unsigned day = static_cast<unsigned>(ring.Day());
-      const unsigned last = unsigned(
-          (year(ring.Year()) / month(static_cast<unsigned>(ring.Month())) / std::chrono::last).day());
-      ASSERT_EQ(ring.DayOfWeek(), static_cast<int>(weekday_index) + 1) << Text(ring);
-      ASSERT_EQ((from_end ? last - day : day - 1) / 7, n) << Text(ring);
-      // On to the first of the next month, a day that every month has.
-      SetClock(UnixSeconds(Text(ring).substr(0, 10)) +
-               static_cast<std::int64_t>(last - day + 1) * kSecondsPerDay);
-    }
-  }
-}
 
 }  // namespace
 }  // namespace tollmere::testing

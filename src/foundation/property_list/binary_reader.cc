@@ -147,6 +147,7 @@ class BinaryReader {
 
   void ReadArray(Node& node, Body body, std::size_t depth) {
     const std::size_t count = CountReferences(body, 1, depth);
+    node.height = 1;
     std::vector<Ref<CFObjectMBS>> items;
     items.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
@@ -157,6 +158,7 @@ class BinaryReader {
 
   void ReadDictionary(Node& node, Body body, std::size_t depth) {
     const std::size_t count = CountReferences(body, 2, depth);
+    node.height = 1;
     std::vector<CFDictionaryListMBS::Entry> entries;
     entries.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
