@@ -8,16 +8,39 @@
 
 #include "foundation/system/application_bundle.h"
 #include "foundation/system/file_item.h"
+#include "foundation/system/launch_services.h"
+#include "foundation/text.h"
 #include "launch/engine.h"
 
 namespace tollmere {
+namespace {
+
+constexpr const char* kIdentifier = "com.vendrel.Tollmere9";
+
+std::string Reason(int error) {
+  return error == ENOEXEC ? "it does not name its executable" : std::strerror(error);
+}
+
+// The installed applications that the search passes over, since they cannot be started.
+std::string PassedOver() {
+  std::string text;
+  for (const std::string& path : InstalledApplications()) {
+    const ApplicationBundle bundle = ReadApplicationBundle(path);
+    if (EqualsIgnoringCase(bundle.identifier, kIdentifier) && bundle.error != 0) {
+      text.append("; ").append(path).append(" cannot be started: ").append(Reason(bundle.error));
+    }
+  }
+  return text;
+}
+
+}  // namespace
 
 MainApplication FindApplication() {
   MainApplication found;
   const Ref<FolderItem> item = Engine::TollmereAppFile();
   if (item == nullptr || !item->Exists()) {
     found.problem = "not at LastExeLocation, no application com.vendrel.Tollmere9 in " + HomeFolder() +
-                    "/Applications or /Applications, no /Applications/Tollmere.app";
+                    "/Applications or /Applications, no /Applications/Tollmere.app" + PassedOver();
     return found;
   }
   found.path = item->Path();
@@ -33,7 +56,7 @@ MainApplication FindApplication() {
     error = errno;
   }
   if (error != 0) {
-    found.problem = error == ENOEXEC ? "it does not name its executable" : std::strerror(error);
+    found.problem = Reason(error);
   }
   return found;
 }
