@@ -51,7 +51,7 @@ double ParseXmlInteger(std::string_view text) {
     magnitude = Val(text);
     Require(std::isfinite(magnitude));
   }
-  return negative ? -magnitude : magnitude;
+  return negative ? 0.0 - magnitude : magnitude;  // An integer has no -0.
 }
 
 double ParseXmlReal(std::string_view text) {
