@@ -67,7 +67,7 @@ std::string ExecutablePath(const std::string& folder, const std::string& name) {
 std::string BundleFolderOf(const std::string& path) {
   const std::size_t end = path.rfind(kExecutableFolder);
   const bool is_inside =
-      end != std::string::npos && path.find('/', end + kExecutableFolder.size()) == path.npos;
+      end != std::string::npos && path.find('/', end + kExecutableFolder.size()) == std::string::npos;
   return is_inside ? path.substr(0, end) : std::string();
 }
 

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "foundation/system/descriptor.h"
 #include "foundation/system/event_loop.h"
@@ -90,8 +91,8 @@ void Send(int pipe, Report report) noexcept {
 // What the program is started with, made before fork.
 class DetachedProgram {
  public:
-  DetachedProgram(const std::string& path, const std::string& mark)
-      : path_(path), mark_(std::string(kStartMark) + "=" + mark + ":"), number_at_(mark_.size()) {
+  DetachedProgram(std::string path, const std::string& mark)
+      : path_(std::move(path)), mark_(std::string(kStartMark) + "=" + mark + ":"), number_at_(mark_.size()) {
     mark_.append(std::numeric_limits<pid_t>::digits10 + 2, '\0');
     if (!mark.empty()) {
       environment_.push_back(mark_.data());

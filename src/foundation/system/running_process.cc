@@ -57,7 +57,7 @@ bool IsAlive(std::string_view status) {
 // Where the system tells of the process: its own folder, or that of another thread when the first one has
 // ended. Empty when no thread lives.
 std::string FolderOf(pid_t number, std::string_view status) {
-  const std::string folder = "/proc/" + std::to_string(number);
+  std::string folder = "/proc/" + std::to_string(number);
   if (IsAlive(status)) {
     return folder;
   }

@@ -21,7 +21,7 @@ struct RunningProcess {
   std::string PathOf(const std::string& argument) const;
   // The value of a variable of the environment that the process was started with; empty where it is not
   // there or not told.
-  std::string Variable(const std::string& name) const;
+  std::string Variable(const std::string& variable) const;
 };
 
 // Nothing for a process that has ended, even if its parent does not know yet, and for one of another user.
