@@ -332,5 +332,18 @@ TEST_F(ProcessListTest, AStartThatHangs) {
   EXPECT_TRUE(Apart([&] { return Eventually([&] { return Runs(""); }); }));
 }
 
+// The same for each file that is opened: so is it on a mount whose server is gone.
+TEST_F(ProcessListTest, APlaceThatDoesNotAnswer) {
+  Descriptor scanner(fanotify_init(FAN_CLASS_CONTENT | FAN_CLOEXEC, O_RDONLY));
+  const std::string info = bundle_ + "/Contents/Info.plist";
+  if (fanotify_mark(scanner.Get(), FAN_MARK_ADD, FAN_OPEN_PERM, AT_FDCWD, info.c_str()) != 0) {
+    GTEST_SKIP() << "no such scanner here, or not without root";
+  }
+  EXPECT_FALSE(FolderItem(bundle_).Exists());
+  EXPECT_FALSE(Runs(""));
+  scanner.Close();
+  EXPECT_TRUE(Apart([&] { return FolderItem(folder_.Path()).Exists(); }));
+}
+
 }  // namespace
 }  // namespace tollmere::testing

@@ -3,10 +3,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string_view>
 
 #include "foundation/property_list/property_list.h"
+#include "foundation/system/child_process.h"
+#include "foundation/system/event_loop.h"
 #include "foundation/system/file_bytes.h"
 #include "foundation/system/file_item.h"
 
@@ -35,6 +39,25 @@ int WhyNotStartable(const std::string& path) {
 }
 
 }  // namespace
+
+bool Answers(const std::string& place) {
+  constexpr std::int64_t kSilence = 30'000'000'000;
+  static std::map<std::string, std::int64_t> silent_until;
+  std::erase_if(silent_until, [](const auto& silent) { return MonotonicClock() >= silent.second; });
+  if (silent_until.contains(place)) {
+    return false;
+  }
+  const bool answers = EndsInTime([&] {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(place, ignored)) {
+      ReadApplicationBundle(place);
+    }
+  });
+  if (!answers) {
+    silent_until[place] = MonotonicClock() + kSilence;
+  }
+  return answers;
+}
 
 ApplicationBundle ReadApplicationBundle(const std::string& folder) {
   ApplicationBundle bundle;

@@ -15,6 +15,11 @@ struct ApplicationBundle {
   int error = 0;
 };
 
+// True if the file system answers for the file or bundle at `place`, whether or not it is there. A mount
+// whose server is gone would hold whoever asks, beyond every signal, so another process asks first: see
+// EndsInTime. A place that does not answer is not asked again for half a minute. Throws EndOfProcess.
+bool Answers(const std::string& place);
+
 // Reads the bundle at `folder` afresh. Throws EndOfProcess when the end of the process is asked for
 // meanwhile.
 ApplicationBundle ReadApplicationBundle(const std::string& folder);

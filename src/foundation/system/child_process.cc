@@ -172,10 +172,11 @@ class Collected {
   pid_t child_;
 };
 
+constexpr std::int64_t kLongestWait = 5'000'000'000;
+
 // Reads the reports until the pipe is closed or one tells of an error.
 Start AwaitReports(int pipe) {
-  constexpr std::int64_t kLongestStart = 5'000'000'000;
-  const std::int64_t give_up = MonotonicClock() + kLongestStart;
+  const std::int64_t give_up = MonotonicClock() + kLongestWait;
   Start start{ECHILD, 0};  // until the program has reported
   while (true) {
     Report report{};
@@ -278,6 +279,49 @@ ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>
   end.errors.resize(static_cast<std::size_t>(
       std::max<ssize_t>(read(reading.Get(), end.errors.data(), end.errors.size()), 0)));
   return end;
+}
+
+bool EndsInTime(const std::function<void()>& action) {
+  // Those that had not ended in time, and may have by now.
+  static std::vector<pid_t> late;
+  std::erase_if(late, [](pid_t child) { return waitpid(child, nullptr, WNOHANG) != 0; });
+  int pipe[2];
+  if (pipe2(pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+    return true;
+  }
+  const Descriptor reading(pipe[0]);
+  Descriptor writing(pipe[1]);
+  const std::vector<int> descriptors = OtherDescriptors();
+  const pid_t child = fork();
+  if (child == 0) {
+    CloseAll(descriptors, writing.Get());
+    ResetSignals();
+    try {
+      action();
+    } catch (...) {
+      _exit(1);
+    }
+    _exit(0);
+  }
+  if (child < 0) {
+    return true;
+  }
+  late.push_back(child);
+  writing.Close();
+  // The end of the child closes the pipe.
+  const std::int64_t give_up = MonotonicClock() + kLongestWait;
+  char none = 0;
+  while (read(reading.Get(), &none, 1) != 0) {
+    if (MonotonicClock() >= give_up) {
+      kill(child, SIGKILL);  // It ends as soon as the system lets it.
+      return false;
+    }
+    WaitForDescriptor(reading.Get(), give_up);
+    Yield();
+  }
+  late.pop_back();
+  WaitFor(child);
+  return true;
 }
 
 std::string FindAlongPath(const std::string& program) {

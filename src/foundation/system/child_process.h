@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,11 @@ struct ProgramEnd {
 // Runs `program`, found along PATH, as a child that ends with this process, and waits for it. Throws
 // EndOfProcess when the end of the process is asked for meanwhile; the child has ended by then.
 ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>& arguments);
+
+// Runs `action` in a copy of this process, which holds none of its descriptors, and waits for its end. False
+// if it has not ended after 5 s; it is then killed, which it may not notice before what it waits for. True
+// also if no process could be started. Throws EndOfProcess.
+bool EndsInTime(const std::function<void()>& action);
 
 // The file that `program` names along PATH, or the empty string.
 std::string FindAlongPath(const std::string& program);

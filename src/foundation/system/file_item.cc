@@ -79,7 +79,7 @@ FolderItem::FolderItem(std::string_view path) {
 
 bool FolderItem::Exists() const {
   std::error_code ignored;
-  return std::filesystem::exists(path_, ignored);
+  return Answers(path_) && std::filesystem::exists(path_, ignored);
 }
 
 Ref<FolderItem> FolderItem::Child(std::string_view name) const {

@@ -15,7 +15,8 @@ class FolderItem final : public Object {
   // `path` is absolute; blank segments and slashes at its end do not count.
   explicit FolderItem(std::string_view path);
 
-  // True when something stands at the path; a link to nowhere does not count.
+  // True when something stands at the path. A link to nowhere does not count, nor does what lies on a mount
+  // that does not answer within 5 s. Throws EndOfProcess.
   bool Exists() const;
   // The named item inside this folder, whether or not it exists. Nil for what can be no single name:
   // an empty one, ".", "..", one with a slash or a NUL in it.

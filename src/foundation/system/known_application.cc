@@ -15,9 +15,10 @@ namespace fs = std::filesystem;
 
 std::string_view FileName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
-bool IsSameFile(const std::string& one, const std::string& other) {
+// `path` comes from a process, and may lie on a mount that does not answer.
+bool IsSameFile(const std::string& path, const std::string& known) {
   std::error_code ignored;
-  return fs::equivalent(one, other, ignored);
+  return Answers(path) && fs::equivalent(path, known, ignored);
 }
 
 // The first line of a script names its interpreter, which may be for `env` to find: all its words then count,
@@ -66,7 +67,7 @@ bool HasNameOf(const KnownApplication& application, const std::string& path) {
 // or is just being rewritten.
 bool IsInSilentBundle(const std::string& path, const KnownApplication& application) {
   const std::string folder = BundleFolderOf(path);
-  return !folder.empty() && FileName(path) == FileName(application.executable) &&
+  return !folder.empty() && FileName(path) == FileName(application.executable) && Answers(folder) &&
          ReadApplicationBundle(folder).executable.empty();
 }
 

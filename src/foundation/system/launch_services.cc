@@ -44,7 +44,7 @@ Ref<FolderItem> LaunchServicesFindApplicationForInfoMBS(std::string_view creator
     return nullptr;
   }
   for (const std::string& path : InstalledApplications()) {
-    if (FitsText(std::filesystem::path(path).filename(), name)) {
+    if (FitsText(std::filesystem::path(path).filename(), name) && Answers(path)) {
       const ApplicationBundle bundle = ReadApplicationBundle(path);
       if (bundle.error == 0 && FitsText(bundle.identifier, bundle_id)) {
         return New<FolderItem>(path);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/system/application_bundle.h"
 #include "foundation/system/child_process.h"
 #include "foundation/system/launch_services.h"
 #include "foundation/system/running_process.h"
@@ -48,7 +49,7 @@ void RememberStart(pid_t process, const std::string& identifier) {
 }
 
 void ProcessMBS::ConsiderApplication(const Ref<FolderItem>& place, const std::string& identifier) {
-  if (place != nullptr) {
+  if (place != nullptr && Answers(place->Path())) {
     applications_.push_back(DescribeApplication(place->Path(), identifier));
   }
 }
@@ -82,6 +83,9 @@ std::string ProcessMBS::BundleID() const {
   }
   // An application at a place that nobody has named.
   for (const std::string& folder : OtherBundlesOf(*process, applications_)) {
+    if (!Answers(folder)) {
+      continue;
+    }
     const KnownApplication application = DescribeApplication(folder, "");
     if (BelongsTo(*process, application)) {
       return application.identifier;
