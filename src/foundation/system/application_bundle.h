@@ -5,7 +5,7 @@
 
 namespace tollmere {
 
-// An application is a folder, NAME.app by custom, with a property list "Contents/Info.plist" and an
+// An application is a folder, usually NAME.app, with a property list "Contents/Info.plist" and an
 // executable in "Contents/MacOS".
 struct ApplicationBundle {
   std::string identifier;  // "CFBundleIdentifier"; may be empty
@@ -20,8 +20,7 @@ struct ApplicationBundle {
 // EndsInTime. A place that does not answer is not asked again for half a minute. Throws EndOfProcess.
 bool Answers(const std::string& place);
 
-// Reads the bundle at `folder` afresh. Throws EndOfProcess when the end of the process is asked for
-// meanwhile.
+// Reads the bundle at `folder`. Throws EndOfProcess.
 ApplicationBundle ReadApplicationBundle(const std::string& folder);
 
 // Where a bundle's executable of that name lies.

@@ -69,7 +69,7 @@ bool PointStandardStreamsAtNull() noexcept {
   return true;
 }
 
-// Closes them at once: a program that hangs in exec would otherwise keep open what this process has closed.
+// Not left to exec: a program that hangs there would keep them open.
 void CloseAll(const std::vector<int>& descriptors, int except) noexcept {
   for (const int descriptor : descriptors) {
     if (descriptor != except) {
@@ -78,7 +78,7 @@ void CloseAll(const std::vector<int>& descriptors, int except) noexcept {
   }
 }
 
-// What the processes of a start say through a pipe. Exec closes the pipe without a word.
+// What the processes of a start write into a pipe, which exec closes.
 struct Report {
   pid_t process;
   int error;
@@ -88,7 +88,7 @@ void Send(int pipe, Report report) noexcept {
   [[maybe_unused]] const ssize_t written = write(pipe, &report, sizeof report);
 }
 
-// What the program is started with, made before fork.
+// What the program is started with. It is made before fork.
 class DetachedProgram {
  public:
   DetachedProgram(std::string path, const std::string& mark)
@@ -157,7 +157,7 @@ int OpenProcessHandle(pid_t process) noexcept {
   return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
 }
 
-// Collects a child that has nothing left to do, whatever has become of it.
+// Kills and collects a child that has nothing left to do.
 class Collected {
  public:
   explicit Collected(pid_t child) noexcept : child_(child) {}
@@ -202,7 +202,7 @@ Start AwaitReports(int pipe) {
 [[noreturn]] void BecomeAttended(const char* path, char* const* arguments, int errors, pid_t parent,
                                  const std::vector<int>& descriptors) noexcept {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  // Where the parent has ended already, too early for that signal, there is nothing to show.
+  // If the parent has already ended, too early for that signal, there is nothing to do.
   if (getppid() == parent && PointStandardStreamsAtNull() && dup2(errors, STDERR_FILENO) >= 0) {
     CloseAll(descriptors, -1);
     ResetSignals();
@@ -211,11 +211,11 @@ Start AwaitReports(int pipe) {
   _exit(127);
 }
 
-// Waits for the end of a child, and brings it about when the end of this process is asked for.
+// Waits for the end of a child. Kills it when the end of this process is requested.
 int WaitOrEnd(pid_t child) {
   const Descriptor handle(OpenProcessHandle(child));
   int status = 0;
-  // Without a handle on the child there is nothing to wait with but short sleeps.
+  // Without a handle on the child, only short sleeps are left.
   while (waitpid(child, &status, WNOHANG) == 0) {
     constexpr std::int64_t kShortSleep = 100'000'000;
     WaitForDescriptor(handle.Get(), handle.IsOpen() ? std::numeric_limits<std::int64_t>::max()
@@ -253,7 +253,7 @@ Start StartDetached(const std::string& path, const std::string& mark) {
 
 ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>& arguments) {
   const std::string path = FindAlongPath(program);
-  // A program that writes more than the pipe holds is not kept waiting for it.
+  // Non-blocking, so that a program that writes more than the pipe holds does not wait.
   int errors[2] = {-1, -1};
   if (path.empty() || pipe2(errors, O_CLOEXEC | O_NONBLOCK) != 0) {
     return {-1, ""};
@@ -282,7 +282,7 @@ ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>
 }
 
 bool EndsInTime(const std::function<void()>& action) {
-  // Those that had not ended in time, and may have by now.
+  // Earlier children that did not end in time. They are collected when they have.
   static std::vector<pid_t> late;
   std::erase_if(late, [](pid_t child) { return waitpid(child, nullptr, WNOHANG) != 0; });
   int pipe[2];

@@ -9,7 +9,7 @@
 
 namespace tollmere {
 
-// The variable by which a started program is known to whoever looks at its environment.
+// The environment variable that marks a started program.
 inline constexpr const char* kStartMark = "TOLLMERE_HELPER_STARTED";
 
 // What came of a start.
@@ -18,13 +18,13 @@ struct Start {
   pid_t process;  // of the program; 0 where nothing was left running
 };
 
-// Starts the program at `path`, with that path as its only argument, so that it has nothing of this
-// process but the environment: a session of its own, working directory "/", standard streams on
-// /dev/null, every signal at its default and none blocked, no open descriptor. It outlives this
-// process and is nobody's zombie. Its environment begins with kStartMark, whose value is `mark`, a colon, and
-// the program's own process number; what the program starts itself inherits the value, but has another
-// number. An empty `mark` makes none. A program that is not up after 5 s is an error, ETIMEDOUT, but may come
-// up yet. Throws EndOfProcess when the end of this process is asked for meanwhile.
+// Starts the program at `path`, with that path as its only argument. Of this process it has only the
+// environment: it has a session of its own, working directory "/", standard streams on /dev/null, every
+// signal at its default and none blocked, and no open descriptor. It outlives this process and leaves no
+// zombie. Its environment begins with kStartMark, whose value is `mark`, a colon, and the program's own
+// process number; what the program starts itself inherits the value, but has another number. An empty `mark`
+// makes none. A program that has not started after 5 s is an error, ETIMEDOUT, but may still start. Throws
+// EndOfProcess.
 Start StartDetached(const std::string& path, const std::string& mark);
 
 // What came of a program.

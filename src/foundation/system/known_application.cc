@@ -21,8 +21,8 @@ bool IsSameFile(const std::string& path, const std::string& known) {
   return Answers(path) && fs::equivalent(path, known, ignored);
 }
 
-// The first line of a script names its interpreter, which may be for `env` to find: all its words then count,
-// freed from what `env -S` allows around them. Empty for what is no script.
+// The words of a script's first line, which names its interpreter, or `env` and its arguments. What `env -S`
+// allows around them is removed. Empty if the file is no script.
 std::vector<std::string> InterpreterWords(const std::string& path) {
   constexpr std::size_t kMostRead = 256;  // as the system does
   std::error_code ignored;
@@ -63,8 +63,8 @@ bool HasNameOf(const KnownApplication& application, const std::string& path) {
   return !name.empty() && (name == FileName(application.executable) || name == FileName(application.target));
 }
 
-// True for the executable, by its name, of a bundle that says nothing: it was renamed while the process ran,
-// or is just being rewritten.
+// True for the executable, by its name, of a bundle whose property list cannot be read: it was renamed while
+// the process ran, or is just being written.
 bool IsInSilentBundle(const std::string& path, const KnownApplication& application) {
   const std::string folder = BundleFolderOf(path);
   return !folder.empty() && FileName(path) == FileName(application.executable) && Answers(folder) &&
@@ -87,7 +87,7 @@ bool LeadsTo(const KnownApplication& application, const std::string& path) {
 bool RunsExecutable(const RunningProcess& process, const KnownApplication& application) {
   const std::string path = ExecutablePathOf(process);
   if (path.empty()) {
-    // Not told. Unless it was started by a path, the name of the started file remains.
+    // The system does not tell. If it was not started by a path, the file's name in /proc is all there is.
     constexpr std::size_t kNameLength = 15;
     return !process.arguments.front().starts_with('/') &&
            (process.name == FileName(application.executable).substr(0, kNameLength) ||
@@ -118,7 +118,7 @@ bool IsInterpreter(const RunningProcess& process, const KnownApplication& applic
   return false;
 }
 
-// A link by another name is followed only where commands lie.
+// A link with another name is followed only in the folders of PATH.
 bool LiesAlongPath(const RunningProcess& process, const std::string& path) {
   const std::string folders = process.Variable("PATH");
   const std::vector<std::string_view> along = Split(folders, ":");

@@ -1,4 +1,4 @@
-// What tells an application's processes.
+// How the processes of an application are recognised.
 #pragma once
 
 #include <string>
@@ -16,18 +16,17 @@ struct KnownApplication {
   std::vector<std::string> interpreter;  // the words of the first line, for a script
 };
 
-// Looks at the application that lies, or has lain, at `place`. One that does not tell its identifier gets
-// that one; the executable of a bundle that does not tell its name is taken to be named like the bundle.
+// Describes the application that is, or was, at `place`. If it does not state its identifier, it gets
+// `identifier`. If a bundle does not state its executable's name, the bundle's own name is taken.
 KnownApplication DescribeApplication(const std::string& place, const std::string& identifier);
 
 // True when the process runs the application's executable, or interprets it as a script, or was started under
-// its name. The names that the process has are compared as texts first, and looked up in the file system only
-// when they can lead to the application: a mount that does not answer would hold the caller up.
+// its name. The process's names are compared as texts first, and looked up in the file system only if they
+// can lead to the application, since a mount that does not answer would block the caller.
 bool BelongsTo(const RunningProcess& process, const KnownApplication& application);
 
-// The bundles, beside those of the applications, in which the process' executable lies by name; and those in
-// which an argument of it lies that has the name of one of these applications' executables, since it may be
-// the script.
+// The bundles, other than those of the applications, that contain the process's executable by its path, or an
+// argument that has the name of one of these applications' executables and so may be the script.
 std::vector<std::string> OtherBundlesOf(const RunningProcess& process,
                                         const std::vector<KnownApplication>& applications);
 

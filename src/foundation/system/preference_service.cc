@@ -14,8 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A link that leads nowhere, wherever in the path it stands, is a file that cannot be read, and not the
-// absence of one.
+// If any part of the path is a link to nowhere, the file is unreadable and not absent.
 bool IsAbsent(const std::string& file, int error) {
   if (error != ENOENT) {
     return false;
@@ -29,7 +28,7 @@ bool IsAbsent(const std::string& file, int error) {
   return there != path && fs::exists(there, ignored);
 }
 
-// What went wrong, where it is no matter of the file's content.
+// Why the file could not be read.
 std::string ReadProblem(int error) {
   switch (error) {
     case EINVAL:

@@ -19,7 +19,7 @@ struct RememberedStart {
   bool IsOf(pid_t number) const { return process == number && time == StartTimeOf(number); }
 };
 
-// The processes that this one has started, as far as they have not been seen to end.
+// The processes that this one has started. Those that have ended are removed at the next start.
 std::vector<RememberedStart>& RememberedStarts() {
   static std::vector<RememberedStart> starts;
   return starts;
@@ -81,7 +81,7 @@ std::string ProcessMBS::BundleID() const {
       return application.identifier;
     }
   }
-  // An application at a place that nobody has named.
+  // An application at another place.
   for (const std::string& folder : OtherBundlesOf(*process, applications_)) {
     if (!Answers(folder)) {
       continue;

@@ -13,8 +13,8 @@
 
 namespace tollmere {
 
-// Notes that the process was started for the bundle with that identifier, to which it belongs for as long as
-// it lives. 0 is no process.
+// Remembers that the process was started for the bundle with that identifier. It belongs to that bundle as
+// long as it lives. 0 is no process.
 void RememberStart(pid_t process, const std::string& identifier);
 
 // A cursor over the processes of the current user. Processes that end while it moves are passed over.
@@ -25,9 +25,8 @@ void RememberStart(pid_t process, const std::string& identifier);
 // rewritten since. A process that has ended, even if its parent does not know yet, belongs to none.
 class ProcessMBS final : public Object {
  public:
-  // Names a place where an application may lie, beside those that the launch service knows; Nil is none. A
-  // bundle there that does not tell its identifier, and a program that is no bundle, is taken to have that
-  // one.
+  // Adds a place where an application may be to those that the launch service knows; Nil adds none. A bundle
+  // there that does not state its identifier, or a program that is no bundle, gets `identifier`.
   void ConsiderApplication(const Ref<FolderItem>& place, const std::string& identifier);
 
   // Takes the list of processes as it is now and places the cursor on the first of them. Throws EndOfProcess

@@ -24,10 +24,10 @@ struct RunningProcess {
   std::string Variable(const std::string& variable) const;
 };
 
-// Nothing for a process that has ended, even if its parent does not know yet, and for one of another user.
+// Nothing for a process that has ended, also if it is a zombie, and for one of another user.
 std::optional<RunningProcess> LookAtProcess(pid_t number);
 
-// Tells a process from others that get the same number. Empty when there is none with that number.
+// When the process started: tells it from later ones with the same number. Empty if there is none.
 std::string StartTimeOf(pid_t number);
 
 // The processes of all users.
