@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t kHeadSize = 8;
 constexpr std::size_t kTrailerSize = 32;
 
-// Written out, since compilers turn this into one load, and a loop into eight.
+// Written out, since compilers turn this into one load, but a loop into eight.
 std::uint64_t BigEndian64(const char* first) noexcept {
   const auto byte = [first](unsigned i) {
     return std::uint64_t{static_cast<unsigned char>(first[i])} << (56U - 8U * i);
