@@ -40,6 +40,12 @@ bool Dictionary::Key::Names(const Entry& entry) const noexcept {
   return entry.mark == mark_ && (entry.text != nullptr ? is_text_ && *entry.text == text_ : !is_text_);
 }
 
+Dictionary::Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs) {
+  for (const auto& [key, value] : pairs) {
+    SetValue(key, value);
+  }
+}
+
 const Dictionary::Entry* Dictionary::Find(const Key& key) const noexcept {
   if (index_ == nullptr) {
     const auto found =
@@ -86,6 +92,11 @@ void Dictionary::SetValue(const Variant& key, Variant value) {
       AddToIndex(position);
     }
   }
+}
+
+Variant Dictionary::Lookup(const Key& key, const Variant& otherwise) const {
+  const Entry* entry = Find(key);
+  return entry != nullptr ? entry->value : otherwise;
 }
 
 std::vector<Ref<Dictionary>> VariantToDictionaryArray(const Variant& value) {

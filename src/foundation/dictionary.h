@@ -3,9 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "foundation/object.h"
@@ -25,6 +27,9 @@ class Dictionary final : public Object {
   struct Entry;
 
  public:
+  // Of several pairs with the same key the last one holds.
+  explicit Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs = {});
+
   // A key as it is looked up: a view of a text or of a boxed key, which has to outlive the call.
   class Key {
    public:
@@ -55,6 +60,9 @@ class Dictionary final : public Object {
     const Entry* entry = Find(key);
     return entry != nullptr ? &entry->value : nullptr;
   }
+
+  // The stored value, or `otherwise` when the key is absent.
+  Variant Lookup(const Key& key, const Variant& otherwise) const;
 
   std::size_t Count() const noexcept { return entries_.size(); }
   // Makes room for that many entries at once.

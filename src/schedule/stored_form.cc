@@ -8,18 +8,16 @@ namespace tollmere {
 namespace {
 
 bool LookupBoolean(const Dictionary& d, std::string_view key, bool otherwise) {
-  const Variant* value = d.If(key);
-  return value != nullptr ? VariantToBoolean(*value) : otherwise;
+  return VariantToBoolean(d.Lookup(key, BooleanToVariant(otherwise)));
 }
 
 std::int32_t LookupInt32(const Dictionary& d, std::string_view key, std::int32_t otherwise) {
-  const Variant* value = d.If(key);
-  return value != nullptr ? VariantToInt32(*value) : otherwise;
+  return VariantToInt32(d.Lookup(key, Int32ToVariant(otherwise)));
 }
 
+// The default is the empty text, which is also that of Nil.
 std::string LookupString(const Dictionary& d, std::string_view key) {
-  const Variant* value = d.If(key);
-  return value != nullptr ? VariantToString(*value) : std::string();
+  return VariantToString(d.Lookup(key, Variant()));
 }
 
 Ref<Date> DateAt(double total_seconds) {

@@ -22,9 +22,7 @@ TEST(ObjectsTest, NilAndCasts) {
 TEST(ObjectsTest, DictionariesOfEverySize) {
   for (const int count :
        {1, 14, 15, 50'000}) {  // 14 and 15: on both sides of the size from which there is an index
-    Dictionary dictionary;
-    dictionary.SetValue(StringToVariant("a"), Int32ToVariant(1));
-    dictionary.SetValue(StringToVariant("A"), Variant());
+    Dictionary dictionary({{StringToVariant("a"), Int32ToVariant(1)}, {StringToVariant("A"), Variant()}});
     // Long keys that differ in their beginnings only.
     dictionary.SetValue(StringToVariant("1 and the same end"), Int32ToVariant(1));
     dictionary.SetValue(StringToVariant("2 and the same end"), Int32ToVariant(2));
@@ -38,10 +36,10 @@ TEST(ObjectsTest, DictionariesOfEverySize) {
     for (int i = 0; i < count; ++i) {
       ASSERT_EQ(VariantToInt32(dictionary.Value(Int32ToVariant(i))), i + 1);
     }
-    EXPECT_EQ(VariantToInt32(*dictionary.If("a")), 1);
+    EXPECT_EQ(VariantToInt32(dictionary.Lookup("a", Variant())), 1);
     EXPECT_TRUE(dictionary.HasKey("0") && dictionary.If("0")->IsNil());  // Nil is a value
     EXPECT_FALSE(dictionary.HasKey("00") || dictionary.HasKey(Int32ToVariant(count)));
-    EXPECT_EQ(dictionary.If("x"), nullptr);
+    EXPECT_EQ(VariantToInt32(dictionary.Lookup("x", Int32ToVariant(7))), 7);
     EXPECT_THROW(dictionary.Value("x"), KeyNotFoundException);
     EXPECT_THROW(dictionary.HasKey(Variant()), IllegalCastException);
   }
