@@ -172,8 +172,6 @@ class Collected {
   pid_t child_;
 };
 
-constexpr std::int64_t kLongestWait = 5'000'000'000;
-
 // Reads the reports until the pipe is closed or one tells of an error.
 Start AwaitReports(int pipe) {
   const std::int64_t give_up = MonotonicClock() + kLongestWait;
@@ -281,7 +279,7 @@ ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>
   return end;
 }
 
-bool EndsInTime(const std::function<void()>& action) {
+bool EndsInTime(const std::function<void()>& action, std::int64_t longest) {
   // Earlier children that did not end in time. They are collected when they have.
   static std::vector<pid_t> late;
   std::erase_if(late, [](pid_t child) { return waitpid(child, nullptr, WNOHANG) != 0; });
@@ -309,7 +307,7 @@ bool EndsInTime(const std::function<void()>& action) {
   late.push_back(child);
   writing.Close();
   // The end of the child closes the pipe.
-  const std::int64_t give_up = MonotonicClock() + kLongestWait;
+  const std::int64_t give_up = MonotonicClock() + longest;
   char none = 0;
   while (read(reading.Get(), &none, 1) != 0) {
     if (MonotonicClock() >= give_up) {

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -37,10 +38,12 @@ struct ProgramEnd {
 // EndOfProcess when the end of the process is asked for meanwhile; the child has ended by then.
 ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>& arguments);
 
+inline constexpr std::int64_t kLongestWait = 5'000'000'000;
+
 // Runs `action` in a copy of this process, which holds none of its descriptors, and waits for its end. False
-// if it has not ended after 5 s; it is then killed, which it may not notice before what it waits for. True
-// also if no process could be started. Throws EndOfProcess.
-bool EndsInTime(const std::function<void()>& action);
+// if it has not ended after `longest` nanoseconds; it is then killed, which takes effect when the system lets
+// it. True also if no process could be started. Throws EndOfProcess.
+bool EndsInTime(const std::function<void()>& action, std::int64_t longest = kLongestWait);
 
 // The file that `program` names along PATH, or the empty string.
 std::string FindAlongPath(const std::string& program);

@@ -25,17 +25,38 @@ std::vector<RememberedStart>& RememberedStarts() {
   return starts;
 }
 
-// The identifier of the bundle that the process was started for, by this agent or, as its environment tells,
-// by an earlier one.
-std::string StartedFor(const RunningProcess& process) {
+// The identifier of the bundle that this agent has started the process for.
+std::string StartedHereFor(pid_t process) {
   for (const RememberedStart& start : RememberedStarts()) {
-    if (start.IsOf(process.number)) {
+    if (start.IsOf(process)) {
       return start.identifier;
     }
   }
+  return {};
+}
+
+// The same for an earlier agent, as the process's environment tells.
+std::string StartedEarlierFor(const RunningProcess& process) {
   const std::string mark = process.Variable(kStartMark);
   const std::string own_end = ":" + std::to_string(process.number);
   return mark.ends_with(own_end) ? mark.substr(0, mark.size() - own_end.size()) : std::string();
+}
+
+// A process that is stuck in exec, on a mount that does not answer, blocks whoever looks at it, beyond every
+// signal but SIGKILL. So a copy of this process looks at all of them first, and only if that takes long at
+// each by itself. What was started here is known without a look.
+void LeaveOutStuck(std::vector<pid_t>& processes) {
+  constexpr std::int64_t kLongestLook = 1'000'000'000;
+  const auto look = [](pid_t number) {
+    if (StartedHereFor(number).empty()) {
+      if (const auto process = LookAtProcess(number)) {
+        process->Variable(kStartMark);
+      }
+    }
+  };
+  if (!EndsInTime([&] { std::for_each(processes.begin(), processes.end(), look); }, kLongestLook)) {
+    std::erase_if(processes, [&](pid_t number) { return !EndsInTime([&] { look(number); }, kLongestLook); });
+  }
 }
 
 }  // namespace
@@ -60,6 +81,7 @@ void ProcessMBS::GetFirstProcess() {
   }
   std::erase_if(applications_, [](const KnownApplication& known) { return known.identifier.empty(); });
   processes_ = ProcessNumbers();
+  LeaveOutStuck(processes_);
   at_ = 0;
 }
 
@@ -69,11 +91,17 @@ bool ProcessMBS::GetNextProcess() {
 }
 
 std::string ProcessMBS::BundleID() const {
-  const auto process = at_ < processes_.size() ? LookAtProcess(processes_[at_]) : std::nullopt;
+  if (at_ >= processes_.size() || !IsOwnAndAlive(processes_[at_])) {
+    return {};
+  }
+  if (std::string identifier = StartedHereFor(processes_[at_]); !identifier.empty()) {
+    return identifier;
+  }
+  const auto process = LookAtProcess(processes_[at_]);
   if (!process) {
     return {};
   }
-  if (std::string identifier = StartedFor(*process); !identifier.empty()) {
+  if (std::string identifier = StartedEarlierFor(*process); !identifier.empty()) {
     return identifier;
   }
   for (const KnownApplication& application : applications_) {

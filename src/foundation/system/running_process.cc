@@ -113,6 +113,12 @@ std::optional<RunningProcess> LookAtProcess(pid_t number) {
   return process;
 }
 
+bool IsOwnAndAlive(pid_t number) {
+  const std::string status = Status("/proc/" + std::to_string(number));
+  const std::string user = StatusField(status, "Uid:");
+  return user.substr(0, user.find('\t')) == std::to_string(getuid()) && !FolderOf(number, status).empty();
+}
+
 std::string StartTimeOf(pid_t number) {
   const std::string stat = ReadHead("/proc/" + std::to_string(number) + "/stat", 4096);
   // Its name may hold anything, and stands in the last brackets of the line.

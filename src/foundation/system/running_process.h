@@ -27,6 +27,10 @@ struct RunningProcess {
 // Nothing for a process that has ended, also if it is a zombie, and for one of another user.
 std::optional<RunningProcess> LookAtProcess(pid_t number);
 
+// True for a process of the current user that lives. Unlike LookAtProcess, this is not blocked by a process
+// that is stuck in exec.
+bool IsOwnAndAlive(pid_t number);
+
 // When the process started: tells it from later ones with the same number. Empty if there is none.
 std::string StartTimeOf(pid_t number);
 
