@@ -265,7 +265,6 @@ constexpr Way kWays[] = {
     {"cp /bin/sh $F/mysh; printf 'sleep 600\\n:' >$F/run", "exec $F/mysh $F/run $X", AWAIT "mysh", false},
     {"cp /bin/sh $F/mysh; printf 'sleep 600\n:' >$F/run", "cd $F; exec $F/mysh -x run $X", AWAIT "mysh",
      false},
-    {PROGRAM "$B/Contents/MacOS/helper", "exec -a $X $B/Contents/MacOS/helper", AWAIT "helper", false},
     {"cp /bin/sh $F/mysh", "exec $F/mysh -c 'sleep 600; :' $X", AWAIT "mysh", false},
 };
 

@@ -30,7 +30,7 @@ std::vector<std::string> InterpreterWords(const std::string& path) {
   std::vector<std::string> words;
   if (head.starts_with("#!")) {
     const std::string line = head.substr(2, head.find('\n') - 2);
-    constexpr std::string_view kBetween = " \t'\"";
+    constexpr std::string_view kBetween = " \t'\"=";
     for (std::size_t at = 0; (at = line.find_first_not_of(kBetween, at)) != std::string::npos;) {
       const std::size_t end = std::min(line.find_first_of(kBetween, at), line.size());
       words.push_back(line.substr(at, end - at));
@@ -98,23 +98,20 @@ bool RunsExecutable(const RunningProcess& process, const KnownApplication& appli
                                            IsInSilentBundle(path, application)));
 }
 
-// For a process of which the system does not tell what it runs.
 bool WasStartedAs(const RunningProcess& process, const KnownApplication& application) {
   const std::string& name = process.arguments.front();
-  return process.executable.empty() && name.find('/') != std::string::npos &&
-         LeadsTo(application, process.PathOf(name));
+  return name.find('/') != std::string::npos && LeadsTo(application, process.PathOf(name));
 }
 
 // An interpreter of the script, or a shell, which may be told to read any script; but not, say, an editor.
 bool IsInterpreter(const RunningProcess& process, const KnownApplication& application) {
   const std::string path = ExecutablePathOf(process);
   for (const std::string_view name : {FileName(path), FileName(process.arguments.front())}) {
-    if (name.ends_with("sh") ||
-        std::any_of(
-            application.interpreter.begin(), application.interpreter.end(), [&](std::string_view word) {
-              return !name.empty() &&
-                     WithoutVersion(FileName(word.substr(word.rfind('=') + 1))) == WithoutVersion(name);
-            })) {
+    if (name.ends_with("sh") || std::any_of(application.interpreter.begin(), application.interpreter.end(),
+                                            [&](std::string_view word) {
+                                              return !name.empty() &&
+                                                     WithoutVersion(FileName(word)) == WithoutVersion(name);
+                                            })) {
       return true;
     }
   }
@@ -128,29 +125,36 @@ bool LiesAlongPath(const RunningProcess& process, const std::string& path) {
   return std::find(along.begin(), along.end(), fs::path(path).parent_path().string()) != along.end();
 }
 
-// The script is the first argument that is no option, or follows those that end its first line, among which
-// may be values of options.
+// Of a shell's options only these take a value, the name of a mode.
+bool MayTakeValue(const RunningProcess& process, const std::string& option) {
+  const bool is_shell = FileName(ExecutablePathOf(process)).ends_with("sh");
+  return !is_shell || option.ends_with('o') || option.ends_with('O');
+}
+
+// True when the argument may be the value of the option before it.
+bool IsValue(const std::string& argument, const KnownApplication& application) {
+  const auto& words = application.interpreter;
+  return std::find(words.begin(), words.end(), argument) != words.end() ||
+         argument.find_first_of(" \t\n/.") == std::string::npos;
+}
+
+// The script is the first argument that is neither an option nor an option's value.
 bool InterpretsScript(const RunningProcess& process, const KnownApplication& application) {
   if (!IsInterpreter(process, application)) {
     return false;
   }
-  const auto is_script = [&](const std::string& argument) {
-    const std::string path = process.PathOf(argument);
-    return LeadsTo(application, path) ||
-           (!path.empty() && LiesAlongPath(process, path) && IsSameFile(path, application.executable));
-  };
-  const auto first = process.arguments.begin() + 1;
-  const auto& line = application.interpreter;
-  auto script = std::find_if(first, process.arguments.end(),
-                             [](const std::string& argument) { return !argument.starts_with('-'); });
-  if (script != process.arguments.end() && is_script(*script)) {
-    return true;
-  }
-  for (std::ptrdiff_t count = 1; count < std::ssize(line) && count < process.arguments.end() - first;
-       ++count) {
-    if (std::equal(line.end() - count, line.end(), first) && is_script(first[count])) {
+  bool after_option = false;
+  for (auto argument = process.arguments.begin() + 1; argument != process.arguments.end(); ++argument) {
+    const bool is_option = argument->starts_with('-');
+    const std::string path = is_option ? std::string() : process.PathOf(*argument);
+    if (LeadsTo(application, path) ||
+        (!path.empty() && LiesAlongPath(process, path) && IsSameFile(path, application.executable))) {
       return true;
     }
+    if (*argument == "-c" || (!is_option && !(after_option && IsValue(*argument, application)))) {
+      return false;
+    }
+    after_option = is_option && MayTakeValue(process, *argument);
   }
   return false;
 }
