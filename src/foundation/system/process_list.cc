@@ -46,7 +46,7 @@ std::string StartedEarlierFor(const RunningProcess& process) {
 // signal but SIGKILL. So a copy of this process looks at all of them first, and only if that takes long at
 // each by itself. What was started here is known without a look.
 void LeaveOutStuck(std::vector<pid_t>& processes) {
-  constexpr std::int64_t kLongestLook = 1'000'000'000;
+  constexpr std::int64_t kLongestLook = 2'000'000'000;  // ample on a busy machine
   const auto look = [](pid_t number) {
     if (StartedHereFor(number).empty()) {
       if (const auto process = LookAtProcess(number)) {
