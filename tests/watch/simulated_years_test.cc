@@ -71,9 +71,9 @@ class SimulatedYearsTest : public StoreTest {
 };
 
 // Each day is ticked through around one of the minutes in which alarms fall due.
-TEST_F(SimulatedYearsTest, TenYearsOfAMixedList) {
+TEST_F(SimulatedYearsTest, FourYearsOfAMixedList) {
   Store(ListXml(kMixedList));
-  constexpr int kDays = 3653;
+  constexpr int kDays = 1461;
   constexpr int kMinutes[] = {0, 12 * 60, 2 * 60 + 30, 23 * 60 + 59};
   std::size_t memory_after_first_year = 0;
   for (int day = 0; day < kDays && !HasFatalFailure(); ++day) {
@@ -88,8 +88,8 @@ TEST_F(SimulatedYearsTest, TenYearsOfAMixedList) {
   EXPECT_EQ(rings_["daily"], kDays / 4);
   EXPECT_EQ(rings_["chime"], kDays / 4 * 2 + 1);
   EXPECT_EQ(rings_["past"], 0);
-  EXPECT_GT(rings_["monthly"], 15);
-  EXPECT_GT(rings_["friday"], 20);
+  EXPECT_GT(rings_["monthly"], 6);
+  EXPECT_GT(rings_["friday"], 8);
 }
 
 TEST_F(SimulatedYearsTest, ADaySecondBySecond) {
