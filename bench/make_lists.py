@@ -69,6 +69,7 @@ def half_past(ring_past_alarms):
 
 DOMAINS = {
     **{f"{count}": sample(count) for count in (0, 10, 100, 112, 1000, 10_000)},
+    "empty": {},
     "100-all-items": sample(100, True),
     "1000-all-items": sample(1000, True),
     "past": half_past(False),

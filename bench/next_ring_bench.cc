@@ -26,7 +26,7 @@ Ref<TLMAlarm> AlarmAt(std::int32_t type, std::int32_t hour, std::int32_t minute)
 void NextRing(benchmark::State& state, std::int32_t type, Prepare prepare, std::int64_t pieces,
               std::int64_t moment = kBenchMoment) {
   const StandingClock clock(moment);
-  const SampleDomain domain("0");
+  const SampleDomain domain("empty");
   const Ref<TLMAlarm> alarm = AlarmAt(type, 7, 30);
   prepare(*alarm);
   for (auto _ : state) {
