@@ -1,6 +1,7 @@
 // Key/value store with Variant keys and values.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "foundation/object.h"
@@ -24,8 +26,6 @@ class KeyNotFoundException final : public RuntimeException {
 // Keys are texts, which differ by case, and 32-bit integers; a Variant of another kind is no key and
 // throws IllegalCastException. A stored value may be Nil and still counts as present.
 class Dictionary final : public Object {
-  struct Entry;
-
  public:
   // Of several pairs with the same key the last one holds.
   explicit Dictionary(std::initializer_list<std::pair<Variant, Variant>> pairs = {});
@@ -33,18 +33,14 @@ class Dictionary final : public Object {
   // A key as it is looked up: a view of a text or of a boxed key, which has to outlive the call.
   class Key {
    public:
-    Key(std::string_view text) noexcept;                             // NOLINT(google-explicit-constructor)
-    Key(const char* text) noexcept : Key(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
-    Key(const Variant& boxed);                                       // NOLINT(google-explicit-constructor)
+    Key(std::string_view text) noexcept : name_(text) {}               // NOLINT(google-explicit-constructor)
+    Key(const char* text) noexcept : name_(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
+    Key(const Variant& boxed);                                         // NOLINT(google-explicit-constructor)
+
+    auto operator<=>(const Key&) const = default;
 
    private:
-    friend class Dictionary;
-
-    bool Names(const Entry& entry) const noexcept;
-
-    bool is_text_ = false;
-    std::uint32_t mark_ = 0;  // the number, or a hash of the text
-    std::string_view text_;
+    std::variant<std::int32_t, std::string_view> name_;
   };
 
   bool HasKey(const Key& key) const noexcept { return Find(key) != nullptr; }
@@ -70,22 +66,16 @@ class Dictionary final : public Object {
 
  private:
   struct Entry {
-    Variant::SharedText text;  // null where the key is a number
-    std::uint32_t mark;        // as that of Key
+    Variant key;
     Variant value;
   };
 
-  // Where each key stands in entries_. Ordered, so that no choice of keys can make it slow.
-  struct Index {
-    std::map<std::string_view, std::size_t> texts;
-    std::map<std::uint32_t, std::size_t> numbers;
-  };
-
   const Entry* Find(const Key& key) const noexcept;
-  void AddToIndex(std::size_t position);
 
-  std::vector<Entry> entries_;    // in the order of their arrival
-  std::unique_ptr<Index> index_;  // null while there are few entries: those are searched one by one
+  std::vector<Entry> entries_;  // in the order of their arrival
+  // Where each key stands in entries_; null while there are few entries, which are searched one by one.
+  // Ordered, so that no choice of keys can make it slow.
+  std::unique_ptr<std::map<Key, std::size_t>> index_;
 };
 
 // An array of dictionaries as a Variant can hold it.
