@@ -35,7 +35,9 @@ int Run(std::vector<char*> arguments, bool quick) {
 int main(int argc, char** argv) {
   // The yardstick's zone; all that is measured goes by the same one.
   setenv("TZ", "Europe/Berlin", 1);
-  mallopt(M_TRIM_THRESHOLD, 256 * 1024 * 1024);  // as the agent has it
+  // As the agent has them.
+  mallopt(M_TRIM_THRESHOLD, 256 * 1024 * 1024);
+  mallopt(M_MXFAST, 0);
   // What is given on the command line comes behind these and outdoes them.
   static char repetitions[] = "--benchmark_repetitions=15";
   static char min_time[] = "--benchmark_min_time=0.05";

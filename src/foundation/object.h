@@ -90,7 +90,8 @@ bool IsA(const Ref<U>& reference) noexcept {
     return false;
   }
   if constexpr (std::is_final_v<T>) {
-    return typeid(*object) == typeid(T);  // Cheaper than a search through the bases.
+    // Cheaper than a search through the bases. Of different types == would compare the names, too.
+    return &typeid(*object) == &typeid(T);
   } else {
     return dynamic_cast<const T*>(object) != nullptr;
   }

@@ -236,17 +236,21 @@ class XmlReader {
 
   Ref<CFObjectMBS> ReadDictionary(const Tag& tag, std::size_t depth) {
     PropertyListBuilder::CheckDepth(depth + 1);
-    std::vector<CFDictionaryListMBS::Entry> entries;
+    const auto first = static_cast<std::ptrdiff_t>(entries_.size());
     if (tag.kind == Tag::kOpen) {
       for (Tag next = NextTag(); !next.IsEndOf("dict"); next = NextTag()) {
         Require(next.name == "key" && next.kind != Tag::kClose);
         builder_.CountObjects(1);
         Ref<CFObjectMBS> key = ReadScalar<CFStringMBS>(next);
         Ref<CFObjectMBS> value = ReadObject(NextTag(), depth + 1);
-        entries.emplace_back(std::move(key), std::move(value));
+        entries_.emplace_back(std::move(key), std::move(value));
       }
     }
-    return New<CFDictionaryMBS>(std::move(entries));
+    const auto own = entries_.begin() + first;
+    auto dictionary = New<CFDictionaryMBS>(std::vector<CFDictionaryListMBS::Entry>(
+        std::make_move_iterator(own), std::make_move_iterator(entries_.end())));
+    entries_.erase(own, entries_.end());
+    return dictionary;
   }
 
   // Keys, and most texts and integers, occur again and again, so a recent object for the same text is used
@@ -347,6 +351,9 @@ class XmlReader {
   const std::string_view whole_;
   std::string_view text_;  // what of it has not been read
   PropertyListBuilder builder_;
+  // Of the dictionaries that are being read, each behind those of the one that it lies in. A dictionary gets
+  // them once their number is known.
+  std::vector<CFDictionaryListMBS::Entry> entries_;
   std::array<RecentScalar, kRecentScalars> recent_;
 };
 

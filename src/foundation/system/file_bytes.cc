@@ -54,6 +54,7 @@ int ReadFileBytes(const std::string& path, std::size_t limit, std::string& bytes
   if (!S_ISREG(before.st_mode)) {
     return EINVAL;
   }
+  bytes.reserve(std::min(static_cast<std::size_t>(before.st_size), limit));
   if (const int error = ReadOn(file, limit, bytes); error != 0) {
     return error;
   }

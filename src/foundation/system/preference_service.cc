@@ -92,8 +92,7 @@ void CFPreferencesMBS::SetPath(const Ref<CFStringMBS>& application_id, std::stri
 
 bool CFPreferencesMBS::Refresh(View& view, const std::string& domain) {
   const std::string path = view.path.empty() ? DomainPath(domain) : view.path;
-  std::string bytes;
-  const int error = ReadFileBytes(path, kMaxPropertyListBytes, bytes);
+  const int error = ReadFileBytes(path, kMaxPropertyListBytes, view.read);
   view.error = error;
   if (IsAbsent(path, error)) {
     view.bytes.clear();
@@ -105,9 +104,9 @@ bool CFPreferencesMBS::Refresh(View& view, const std::string& domain) {
   if (error != 0) {
     return false;
   }
-  if (!view.exists || view.bytes != bytes) {
+  if (!view.exists || view.bytes != view.read) {
     view.exists = true;
-    view.bytes = std::move(bytes);
+    view.bytes.swap(view.read);
     view.bytes_are_good = false;  // until they have been read to the end
     view.problem = "its top is no dictionary";
     const Ref<CFObjectMBS> root = ParsePropertyList(view.bytes, &view.problem);

@@ -52,6 +52,7 @@ class CFPreferencesMBS final : public Object {
     int error = 0;               // the errno of the last refresh
     std::string problem;         // what the reader said of the bytes
     std::string bytes;           // of the file as it was seen last, good or not
+    std::string read;            // room for the next reading of the file
     bool bytes_are_good = true;  // an empty domain, to begin with
     bool exists = false;         // there was a file
     Ref<CFDictionaryMBS> root;   // Nil: no file
