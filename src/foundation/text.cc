@@ -84,25 +84,19 @@ std::string Format(double value, std::string_view mask) {
   if (!std::isfinite(value)) {
     return Str(value);
   }
-  const std::size_t point = std::min(mask.find('.'), mask.size());
-  const std::string_view decimals = mask.substr(std::min(point + 1, mask.size()));
-  const int places = static_cast<int>(std::min<std::size_t>(decimals.size(), 15));
+  const std::size_t point = std::min(mask.find('.'), mask.size() - 1);
+  const int places = static_cast<int>(std::min<std::size_t>(mask.size() - 1 - point, 15));
   char buffer[kLongestNumber];
   const std::to_chars_result result =
       std::to_chars(buffer, buffer + sizeof buffer, std::fabs(value), std::chars_format::fixed, places);
   std::string text(buffer, result.ptr);
   if (places > 0) {
-    const std::size_t required = decimals.find_last_of('0') + 1;  // 0 where no mark is '0'
-    const std::size_t optional_from = text.find('.') + 1 + required;
-    while (text.size() > optional_from && text.back() == '0') {
-      text.pop_back();
-    }
+    text.resize(text.find_last_not_of('0') + 1);
     if (text.back() == '.') {
       text.pop_back();
     }
   }
-  const bool shows_zero = text.find_first_not_of("0.") == std::string::npos;
-  return value < 0.0 && !shows_zero && mask.starts_with('-') ? "-" + text : text;
+  return value < 0.0 && text != "0" && mask.starts_with('-') ? "-" + text : text;
 }
 
 std::vector<std::string_view> Split(std::string_view text, std::string_view delimiter) {

@@ -28,9 +28,9 @@ double Val(std::string_view text) noexcept;
 // True when the whole text, but for blanks around it, is one number as Val reads it.
 bool IsNumeric(std::string_view text) noexcept;
 
-// The number in a form such as "-#.#########": a minus sign for a negative number if the mask begins
-// with one, then one decimal for each mark after the point, rounded. A trailing 0 is left out at '#' and
-// written at '0'. A whole number has no point.
+// The number in a form such as "-#.#########": a minus sign for a negative number if the mask begins with
+// one, then at most one decimal for each mark after the point, rounded, without zeros at the end. A whole
+// number has no point. The mask is not empty.
 std::string Format(double value, std::string_view mask);
 
 // The pieces between the delimiters, one more than there are delimiters; none of an empty text. An empty

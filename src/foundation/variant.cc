@@ -9,37 +9,14 @@ namespace tollmere {
 Variant StringToVariant(std::string value) {
   return StringToVariant(std::make_shared<const std::string>(std::move(value)));
 }
-
 Variant StringToVariant(std::shared_ptr<const std::string> value) noexcept {
-  Variant variant;
-  variant.value_.emplace<Variant::SharedText>(std::move(value));
-  return variant;
+  return Variant(std::move(value));
 }
-
-Variant Int32ToVariant(std::int32_t value) noexcept {
-  Variant variant;
-  variant.value_.emplace<std::int32_t>(value);
-  return variant;
-}
-
-Variant DoubleToVariant(double value) noexcept {
-  Variant variant;
-  variant.value_.emplace<double>(value);
-  return variant;
-}
-
-Variant BooleanToVariant(bool value) noexcept {
-  Variant variant;
-  variant.value_.emplace<bool>(value);
-  return variant;
-}
-
+Variant Int32ToVariant(std::int32_t value) noexcept { return Variant(value); }
+Variant DoubleToVariant(double value) noexcept { return Variant(value); }
+Variant BooleanToVariant(bool value) noexcept { return Variant(value); }
 Variant ObjectToVariant(Ref<Object> value) noexcept {
-  Variant variant;
-  if (value != nullptr) {
-    variant.value_.emplace<Ref<Object>>(std::move(value));
-  }
-  return variant;
+  return value != nullptr ? Variant(std::move(value)) : Variant();
 }
 
 std::string VariantToString(const Variant& value) {

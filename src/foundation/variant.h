@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 
 #include "foundation/object.h"
@@ -41,7 +42,11 @@ class Variant {
   friend Variant BooleanToVariant(bool) noexcept;
   friend Variant ObjectToVariant(Ref<Object>) noexcept;
 
-  std::variant<std::monostate, SharedText, std::int32_t, double, bool, Ref<Object>> value_;
+  using Value = std::variant<std::monostate, SharedText, std::int32_t, double, bool, Ref<Object>>;
+
+  explicit Variant(Value value) noexcept : value_(std::move(value)) {}
+
+  Value value_;
 };
 
 Variant StringToVariant(std::string value);

@@ -11,33 +11,35 @@
 #include <charconv>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <string_view>
 #include <utility>
 
 #include "foundation/system/descriptor.h"
 #include "foundation/system/event_loop.h"
+#include "foundation/system/running_process.h"
 #include "foundation/text.h"
 
 namespace tollmere {
 namespace {
 
-constexpr std::size_t kMostErrorBytes = 65'536;  // what a pipe holds
-
-// The open descriptors but for the standard streams. Looked up before fork, since that allocates.
-std::vector<int> OtherDescriptors() {
-  std::vector<int> descriptors;
-  std::error_code error;
-  for (std::filesystem::directory_iterator item("/proc/self/fd", error), end; !error && item != end;
-       item.increment(error)) {
-    const int descriptor = static_cast<int>(Val(item->path().filename().string()));
-    if (descriptor > STDERR_FILENO) {
-      descriptors.push_back(descriptor);
+// A pipe that neither blocks nor is inherited. Not open, with errno set, if there is none to be had.
+struct Pipe {
+  Pipe() noexcept {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) == 0) {
+      reading = Descriptor(ends[0]);
+      writing = Descriptor(ends[1]);
     }
   }
-  return descriptors;
-}
+  Descriptor reading;
+  Descriptor writing;
+};
+
+constexpr std::size_t kMostErrorBytes = 65'536;  // what a pipe holds
+
+// The open descriptors. Looked up before fork, since that allocates.
+std::vector<int> OpenDescriptors() { return NumbersIn("/proc/self/fd"); }
 
 // Between fork and exec only calls that a signal handler could make are allowed, and none of them may
 // throw or allocate.
@@ -72,7 +74,7 @@ bool PointStandardStreamsAtNull() noexcept {
 // Not left to exec: a program that hangs there would keep them open.
 void CloseAll(const std::vector<int>& descriptors, int except) noexcept {
   for (const int descriptor : descriptors) {
-    if (descriptor != except) {
+    if (descriptor > STDERR_FILENO && descriptor != except) {
       close(descriptor);
     }
   }
@@ -138,17 +140,12 @@ class DetachedProgram {
   std::string mark_;
   std::size_t number_at_;
   std::vector<char*> environment_;
-  std::vector<int> descriptors_ = OtherDescriptors();
+  std::vector<int> descriptors_ = OpenDescriptors();
 };
 
-int WaitFor(pid_t child) noexcept {
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) {
-      return -1;
-    }
+void Collect(pid_t child) noexcept {
+  while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
   }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 // Readable once the process has ended; -1 where the system has no such thing. Called by its number, since
@@ -165,7 +162,7 @@ class Collected {
   Collected& operator=(const Collected&) = delete;
   ~Collected() {
     kill(child_, SIGKILL);
-    WaitFor(child_);
+    Collect(child_);
   }
 
  private:
@@ -220,7 +217,7 @@ int WaitOrEnd(pid_t child) {
                                                     : MonotonicClock() + kShortSleep);
     if (ProcessEnd::IsRequested()) {
       kill(child, SIGKILL);
-      WaitFor(child);
+      Collect(child);
       ThrowEndOfProcess();
     }
   }
@@ -230,52 +227,48 @@ int WaitOrEnd(pid_t child) {
 }  // namespace
 
 Start StartDetached(const std::string& path, const std::string& mark) {
-  int pipe[2];
-  if (pipe2(pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+  Pipe pipe;
+  if (!pipe.reading.IsOpen()) {
     return {errno, 0};
   }
-  const Descriptor reading(pipe[0]);
-  Descriptor writing(pipe[1]);
   DetachedProgram program(path, mark);
   const pid_t child = fork();
   if (child == 0) {
-    program.Fork(writing.Get());
+    program.Fork(pipe.writing.Get());
   }
   if (child < 0) {
     return {errno, 0};
   }
-  writing.Close();
+  pipe.writing.Close();
   const Collected collected(child);
-  return AwaitReports(reading.Get());
+  return AwaitReports(pipe.reading.Get());
 }
 
 ProgramEnd RunAndWait(const std::string& program, const std::vector<std::string>& arguments) {
   const std::string path = FindAlongPath(program);
-  // Non-blocking, so that a program that writes more than the pipe holds does not wait.
-  int errors[2] = {-1, -1};
-  if (path.empty() || pipe2(errors, O_CLOEXEC | O_NONBLOCK) != 0) {
+  // A program that writes more than it holds does not wait.
+  Pipe errors;
+  if (path.empty() || !errors.reading.IsOpen()) {
     return {-1, ""};
   }
-  const Descriptor reading(errors[0]);
-  Descriptor writing(errors[1]);
   std::vector<char*> argv = {const_cast<char*>(program.c_str())};
   for (const std::string& argument : arguments) {
     argv.push_back(const_cast<char*>(argument.c_str()));
   }
   argv.push_back(nullptr);
   const pid_t parent = getpid();
-  const std::vector<int> descriptors = OtherDescriptors();
+  const std::vector<int> descriptors = OpenDescriptors();
   const pid_t child = fork();
   if (child == 0) {
-    BecomeAttended(path.c_str(), argv.data(), writing.Get(), parent, descriptors);
+    BecomeAttended(path.c_str(), argv.data(), errors.writing.Get(), parent, descriptors);
   }
-  writing.Close();
+  errors.writing.Close();
   if (child < 0) {
     return {-1, ""};
   }
   ProgramEnd end{WaitOrEnd(child), std::string(kMostErrorBytes, '\0')};
   end.errors.resize(static_cast<std::size_t>(
-      std::max<ssize_t>(read(reading.Get(), end.errors.data(), end.errors.size()), 0)));
+      std::max<ssize_t>(read(errors.reading.Get(), end.errors.data(), end.errors.size()), 0)));
   return end;
 }
 
@@ -283,16 +276,14 @@ bool EndsInTime(const std::function<void()>& action, std::int64_t longest) {
   // Earlier children that did not end in time. They are collected when they have.
   static std::vector<pid_t> late;
   std::erase_if(late, [](pid_t child) { return waitpid(child, nullptr, WNOHANG) != 0; });
-  int pipe[2];
-  if (pipe2(pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+  Pipe pipe;
+  if (!pipe.reading.IsOpen()) {
     return true;
   }
-  const Descriptor reading(pipe[0]);
-  Descriptor writing(pipe[1]);
-  const std::vector<int> descriptors = OtherDescriptors();
+  const std::vector<int> descriptors = OpenDescriptors();
   const pid_t child = fork();
   if (child == 0) {
-    CloseAll(descriptors, writing.Get());
+    CloseAll(descriptors, pipe.writing.Get());
     ResetSignals();
     try {
       action();
@@ -305,20 +296,20 @@ bool EndsInTime(const std::function<void()>& action, std::int64_t longest) {
     return true;
   }
   late.push_back(child);
-  writing.Close();
+  pipe.writing.Close();
   // The end of the child closes the pipe.
   const std::int64_t give_up = MonotonicClock() + longest;
   char none = 0;
-  while (read(reading.Get(), &none, 1) != 0) {
+  while (read(pipe.reading.Get(), &none, 1) != 0) {
     if (MonotonicClock() >= give_up) {
       kill(child, SIGKILL);  // It ends as soon as the system lets it.
       return false;
     }
-    WaitForDescriptor(reading.Get(), give_up);
+    WaitForDescriptor(pipe.reading.Get(), give_up);
     Yield();
   }
   late.pop_back();
-  WaitFor(child);
+  Collect(child);
   return true;
 }
 

@@ -22,6 +22,16 @@ bool IsNotPlain(char c) noexcept { return c < ' ' || c > '~'; }
 // block.
 class LogStream {
  public:
+  LogStream() noexcept {
+    struct stat status {};
+    if (fstat(STDERR_FILENO, &status) == 0) {
+      type_ = status.st_mode & S_IFMT;
+    }
+    if (type_ == S_IFIFO || type_ == S_IFCHR) {
+      own_descriptor_ = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    }
+  }
+
   void Write(std::string_view line) noexcept {
     if (broken_off_) {
       // The last line was cut off when the pipe was full. End it first, or write nothing.
@@ -46,48 +56,25 @@ class LogStream {
 
  private:
   ssize_t WriteSome(std::string_view bytes) noexcept {
-    if (!prepared_) {
-      Prepare();
-    }
-    if (is_socket_) {
+    if (type_ == S_IFSOCK) {
       return send(STDERR_FILENO, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
     if (own_descriptor_ >= 0) {
       return write(own_descriptor_, bytes.data(), bytes.size());
     }
-    if (is_terminal_) {
-      return 0;
-    }
     pollfd polled{STDERR_FILENO, POLLOUT, 0};
-    if (poll(&polled, 1, 0) != 1 || (polled.revents & POLLOUT) == 0) {
+    if (type_ == S_IFCHR || poll(&polled, 1, 0) != 1 || (polled.revents & POLLOUT) == 0) {
       return 0;
     }
     // A pipe that has room at all takes this much without waiting.
-    return write(STDERR_FILENO, bytes.data(), is_pipe_ ? std::min(bytes.size(), kAtomicWrite) : bytes.size());
+    constexpr std::size_t kAtomicWrite = 4096;
+    return write(STDERR_FILENO, bytes.data(),
+                 type_ == S_IFIFO ? std::min(bytes.size(), kAtomicWrite) : bytes.size());
   }
 
-  void Prepare() noexcept {
-    prepared_ = true;
-    struct stat status {};
-    if (fstat(STDERR_FILENO, &status) != 0) {
-      return;
-    }
-    is_socket_ = S_ISSOCK(status.st_mode);
-    is_pipe_ = S_ISFIFO(status.st_mode);
-    is_terminal_ = S_ISCHR(status.st_mode);
-    if (is_pipe_ || is_terminal_) {
-      own_descriptor_ = open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    }
-  }
-
-  static constexpr std::size_t kAtomicWrite = 4096;
-
-  bool prepared_ = false;
-  bool is_socket_ = false;
-  bool is_pipe_ = false;
-  bool is_terminal_ = false;  // or another such device
-  bool broken_off_ = false;
+  mode_t type_ = 0;  // of standard error; S_IFCHR is a terminal or another such device
   int own_descriptor_ = -1;
+  bool broken_off_ = false;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 
@@ -16,14 +17,6 @@ namespace {
 
 constexpr std::string_view kFileScheme = "file://";
 
-int HexDigit(char c) noexcept {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  const char lower = static_cast<char>(c | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 // False where a percent sign is not followed by two hexadecimal digits.
 bool DecodePercentEscapes(std::string_view text, std::string& decoded) {
   for (std::size_t at = 0; at < text.size(); ++at) {
@@ -31,12 +24,13 @@ bool DecodePercentEscapes(std::string_view text, std::string& decoded) {
       decoded += text[at];
       continue;
     }
-    const int high = at + 2 < text.size() ? HexDigit(text[at + 1]) : -1;
-    const int low = high >= 0 ? HexDigit(text[at + 2]) : -1;
-    if (low < 0) {
+    const std::string_view digits = text.substr(at + 1, 2);
+    unsigned char byte = 0;
+    const char* const stop = std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16).ptr;
+    if (stop != digits.data() + 2) {
       return false;
     }
-    decoded += static_cast<char>(high * 16 + low);
+    decoded += static_cast<char>(byte);
     at += 2;
   }
   return true;

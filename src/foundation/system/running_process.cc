@@ -21,21 +21,6 @@ std::string ReadLink(const std::string& path) {
   return error ? std::string() : target.string();
 }
 
-// The numbers that name an item of the folder.
-std::vector<pid_t> NumbersIn(const std::string& folder) {
-  std::vector<pid_t> numbers;
-  std::error_code error;
-  for (fs::directory_iterator item(folder, error), end; !error && item != end; item.increment(error)) {
-    const std::string name = item->path().filename();
-    pid_t number = 0;
-    const auto [stop, failure] = std::from_chars(name.data(), name.data() + name.size(), number);
-    if (failure == std::errc() && *stop == '\0') {
-      numbers.push_back(number);
-    }
-  }
-  return numbers;
-}
-
 // What a process or thread says of itself behind `field`, such as "Uid:".
 std::string StatusField(std::string_view status, std::string_view field) {
   for (const std::string_view line : Split(status, "\n")) {
@@ -54,10 +39,15 @@ bool IsAlive(std::string_view status) {
   return !state.empty() && state.front() != 'Z' && state.front() != 'X';
 }
 
-// Where the system tells of the process: its own folder, or that of another thread when the first one has
-// ended. Empty when no thread lives.
-std::string FolderOf(pid_t number, std::string_view status) {
+// Where the system tells of a living process of the current user: its own folder, or that of another thread
+// when the first one has ended. Empty for any other process.
+std::string FolderOf(pid_t number) {
   std::string folder = "/proc/" + std::to_string(number);
+  const std::string status = Status(folder);
+  const std::string user = StatusField(status, "Uid:");
+  if (user.substr(0, user.find('\t')) != std::to_string(getuid())) {
+    return {};
+  }
   if (IsAlive(status)) {
     return folder;
   }
@@ -92,18 +82,14 @@ std::string RunningProcess::Variable(const std::string& variable) const {
 }
 
 std::optional<RunningProcess> LookAtProcess(pid_t number) {
-  const std::string status = Status("/proc/" + std::to_string(number));
-  const std::string user = StatusField(status, "Uid:");
-  if (user.substr(0, user.find('\t')) != std::to_string(getuid())) {
-    return std::nullopt;
-  }
   RunningProcess process;
   process.number = number;
-  process.folder = FolderOf(number, status);
+  process.folder = FolderOf(number);
   if (process.folder.empty()) {
     return std::nullopt;
   }
-  process.name = StatusField(status, "Name:");
+  const std::string name = ReadHead("/proc/" + std::to_string(number) + "/comm", 64);
+  process.name = name.substr(0, name.rfind('\n'));
   process.executable = ReadLink(process.folder + "/exe");
   constexpr std::size_t kEnoughOfCommand = 16'384;
   const std::string command = ReadHead(process.folder + "/cmdline", kEnoughOfCommand);
@@ -113,11 +99,7 @@ std::optional<RunningProcess> LookAtProcess(pid_t number) {
   return process;
 }
 
-bool IsOwnAndAlive(pid_t number) {
-  const std::string status = Status("/proc/" + std::to_string(number));
-  const std::string user = StatusField(status, "Uid:");
-  return user.substr(0, user.find('\t')) == std::to_string(getuid()) && !FolderOf(number, status).empty();
-}
+bool IsOwnAndAlive(pid_t number) { return !FolderOf(number).empty(); }
 
 std::string StartTimeOf(pid_t number) {
   const std::string stat = ReadHead("/proc/" + std::to_string(number) + "/stat", 4096);
@@ -127,6 +109,18 @@ std::string StartTimeOf(pid_t number) {
   return fields.size() > kStartTime ? std::string(fields[kStartTime]) : std::string();
 }
 
-std::vector<pid_t> ProcessNumbers() { return NumbersIn("/proc"); }
+std::vector<int> NumbersIn(const std::string& folder) {
+  std::vector<int> numbers;
+  std::error_code error;
+  for (fs::directory_iterator item(folder, error), end; !error && item != end; item.increment(error)) {
+    const std::string name = item->path().filename();
+    int number = 0;
+    const auto [stop, failure] = std::from_chars(name.data(), name.data() + name.size(), number);
+    if (failure == std::errc() && *stop == '\0') {
+      numbers.push_back(number);
+    }
+  }
+  return numbers;
+}
 
 }  // namespace tollmere

@@ -34,7 +34,7 @@ bool IsOwnAndAlive(pid_t number);
 // When the process started: tells it from later ones with the same number. Empty if there is none.
 std::string StartTimeOf(pid_t number);
 
-// The processes of all users.
-std::vector<pid_t> ProcessNumbers();
+// The numbers that name an item of a folder: of "/proc", the processes of all users.
+std::vector<int> NumbersIn(const std::string& folder);
 
 }  // namespace tollmere
