@@ -87,9 +87,9 @@ class AgentTest(unittest.TestCase):
             os.rename(self.home + "/other", self.home + "/new")
         os.rename(self.home + "/new", self.store_path)
 
-    def start(self, command=(AGENT,), log=None):
+    def start(self, command=(AGENT,), log=None, user=None):
         with open(self.home + "/log", "wb") as file:
-            self.agent = subprocess.Popen(command, env=self.environment, stderr=log or file)
+            self.agent = subprocess.Popen(command, env=self.environment, stderr=log or file, user=user)
 
     def of_agent(self, field):
         with open(f"/proc/{self.agent.pid}/status") as file:
@@ -227,9 +227,12 @@ class AgentTest(unittest.TestCase):
             os.remove(self.home + "/started")
 
     def test_a_log_that_was_full_goes_on_with_whole_lines(self):
-        for read, write in (os.pipe(), [end.detach() for end in socket.socketpair()]):
+        os.chmod(self.home, 0o755)
+        agent = shutil.copy(AGENT, self.home + "/agent")
+        for (read, write), user in ((os.pipe(), None), ([end.detach() for end in socket.socketpair()], None),
+                                    (os.pipe(), 65534 if os.getuid() == 0 else None)):  # not to be opened anew
             self.store([{"Name": "x" * 300000, "AlarmType": 9, "Hour": 48}])
-            self.start(log=write)
+            self.start([agent], log=write, user=user)
             os.close(write)
             time.sleep(2.5)
             text = os.read(read, 1 << 20)  # less than the line

@@ -47,5 +47,36 @@ TEST(EventLoopTest, TheGridHoldsAndWhatIsMissedIsDropped) {
   }
 }
 
+// Switches `other` on again, once that has switched itself off.
+class SwitchingTimer : public Timer {
+ public:
+  explicit SwitchingTimer(Timer* other) : other_(other) {}
+  void CallAction() override {
+    at.push_back(MonotonicClock());
+    SetMode(0);
+    if (other_ != nullptr) {
+      other_->SetMode(2);
+    } else if (at.size() == 2) {
+      throw Enough();
+    }
+  }
+  std::vector<std::int64_t> at;
+
+ private:
+  Timer* other_;
+};
+
+TEST(EventLoopTest, ATimerThatIsSwitchedOnLaterBeginsANewGrid) {
+  Application application;
+  SwitchingTimer first(nullptr);
+  SwitchingTimer second(&first);
+  first.SetPeriod(20);
+  first.SetMode(2);
+  second.SetPeriod(100);
+  second.SetMode(2);
+  EXPECT_THROW(application.Run(), Enough);
+  EXPECT_GE(first.at[1] - second.at[0], 20'000'000);
+}
+
 }  // namespace
 }  // namespace tollmere::testing

@@ -101,6 +101,12 @@ TEST(LaunchTest, AThousandStartsLeaveNothingBehind) {
   EXPECT_FALSE(HasChildren());
 }
 
+rusage Usage() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage;
+}
+
 // Faults of the system, met in a child that has been brought to its limit.
 TEST(LaunchTest, TheSystemSaysNo) {
   TemporaryFolder folder;
@@ -307,6 +313,33 @@ TEST_F(ProcessListTest, TheDeadAndThoseOfOthersDoNotCount) {
   } while (before.GetNextProcess());
 }
 
+TEST_F(ProcessListTest, ANumberThatIsGivenOutAgain) {
+  const auto start = [] {
+    const pid_t process = fork();
+    if (process == 0) {
+      pause();
+      _exit(0);
+    }
+    return process;
+  };
+  const pid_t remembered = start();
+  RememberStart(remembered, identifier_);
+  EXPECT_TRUE(Runs(""));
+  pid_t again = remembered;
+  for (int tries = 0; tries == 0 || again != remembered; ++tries) {
+    kill(again, SIGKILL);
+    waitpid(again, nullptr, 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // The system counts hundredths of a second.
+    if (tries == 100 || !(std::ofstream("/proc/sys/kernel/ns_last_pid") << remembered - 1).flush()) {
+      GTEST_SKIP() << "the number is taken, or cannot be chosen here, or not without root";
+    }
+    again = start();
+  }
+  EXPECT_FALSE(Runs(""));
+  kill(again, SIGKILL);
+  waitpid(again, nullptr, 0);
+}
+
 // A scanner that looks at each program before it starts, and does not answer.
 TEST_F(ProcessListTest, AStartThatHangs) {
   ASSERT_TRUE(Shell(SCRIPT ">$X"));
@@ -314,7 +347,12 @@ TEST_F(ProcessListTest, AStartThatHangs) {
   if (fanotify_mark(scanner.Get(), FAN_MARK_ADD, FAN_OPEN_EXEC_PERM, AT_FDCWD, getenv("X")) != 0) {
     GTEST_SKIP() << "no such scanner here, or not without root";
   }
+  const rusage before = Usage();
   EXPECT_EQ(Launch(bundle_), ETIMEDOUT);
+  const rusage after = Usage();
+  EXPECT_LT(after.ru_nvcsw - before.ru_nvcsw, 100);  // It sleeps meanwhile,
+  EXPECT_LT(after.ru_utime.tv_sec + after.ru_stime.tv_sec,
+            before.ru_utime.tv_sec + before.ru_stime.tv_sec + 3);
   EXPECT_TRUE(Runs(""));  // in case it comes up
   const std::vector<pid_t> hanging = Children();
   ASSERT_EQ(hanging.size(), 1U);
