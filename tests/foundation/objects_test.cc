@@ -17,6 +17,7 @@ TEST(ObjectsTest, NilAndCasts) {
   EXPECT_EQ(Cast<Date>(nil), nullptr);
   EXPECT_THROW(Cast<Dictionary>(date), IllegalCastException);
   EXPECT_THROW(Cast<Date>(nil)->Year(), NilObjectException);
+  EXPECT_STREQ(NilObjectException().what(), "NilObjectException");
 }
 
 TEST(ObjectsTest, DictionariesOfEverySize) {
