@@ -45,6 +45,8 @@ TEST(PropertyListTest, Forms) {
         << row[0];
     EXPECT_EQ(Rewritten(Xml(row[1])), row[1]) << row[0] << " read back";
   }
+  const std::string written = ReadWholeFile(TEST_DATA "/property_lists/read/xml-as-it-is-written.plist");
+  EXPECT_EQ(ParsePropertyList(written)->XML()->Str(), written);
   for (const auto& row : Table("refused_lists.txt")) {
     std::string problem;
     ParsePropertyList(ReadWholeFile(TEST_DATA "/property_lists/refused/" + row[0] + ".plist"), &problem);
