@@ -277,6 +277,12 @@ class AgentTest(unittest.TestCase):
             self.assertEqual(int(self.of_agent("SigIgn"), 16) >> number - 1 & 1, ignored)
         self.assertEqual({os.readlink(f"/proc/{self.agent.pid}/fd/{stream}") for stream in range(3)}, {"/dev/null"})
 
+    def test_signals_that_were_blocked(self):
+        self.start([sys.executable, "-c", "import os, signal, sys; signal.pthread_sigmask(signal.SIG_BLOCK, range(1, 32)); "
+                    "os.execv(sys.argv[1], sys.argv[1:])", AGENT])
+        self.wait_for(START[1])
+        self.assertEqual(self.end(), (0, START))
+
     def test_the_end_is_in_time_wherever_the_agent_is(self):
         os.mkdir(self.home + "/bin")
         with open(self.home + "/bin/zenity", "w") as file:

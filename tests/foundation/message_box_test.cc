@@ -58,6 +58,14 @@ TEST_F(MessageBoxTest, TheTextIsNeverTakenForMore) {
 // A box that could not be shown leaves its text in the log; one that was closed at once does not. In a child
 // each, since after a failure no box is tried for a minute.
 TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
+  const auto log_of_box = [] {
+    if (fork() == 0) {
+      MsgBox("first\nsecond");
+      _exit(0);
+    }
+    wait(nullptr);
+    return TakeLog();
+  };
   for (const auto& [script, is_logged] : std::initializer_list<std::pair<std::string, bool>>{
            {"", false},
            {"exit 1", false},
@@ -68,13 +76,10 @@ TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
            {"echo \"(zenity:1): Gtk-WARNING **: cannot open display: :none\" >&2; exit 1", true},
            {"rm \"$0\"; exec none", true}}) {
     Install("zenity", script);
-    if (fork() == 0) {
-      MsgBox("first\nsecond");
-      _exit(0);
-    }
-    wait(nullptr);
-    EXPECT_EQ(TakeLog(), is_logged ? Lines({"first", "    second"}) : Lines()) << script;
+    EXPECT_EQ(log_of_box(), is_logged ? Lines({"first", "    second"}) : Lines()) << script;
   }
+  folder_.Write("zenity", "no program", true);
+  EXPECT_EQ(log_of_box(), Lines({"first", "    second"}));
 }
 
 TEST_F(MessageBoxTest, WithoutAProgramEachTextIsLoggedOnceAMinute) {

@@ -56,7 +56,7 @@ TEST(TextTest, Utf16) {
 TEST(TextTest, LogEscapes) {
   EXPECT_EQ(EscapeForLog("Größe \\ \"x\" 😀"), "Größe \\ \"x\" 😀");
   EXPECT_EQ(EscapeForLog("a\nb\r\tc\x1B[31m\x7F\0"s), "a\\nb\\r\\tc\\x1B[31m\\x7F\\x00");
-  EXPECT_EQ(EscapeForLog("\xC2\x9B\xE2\x80\xA8"), "\\x9B\\u2028");
+  EXPECT_EQ(EscapeForLog("\xC2\x9B\xC2\xA0\xE2\x80\xA8"), "\\x9B\xC2\xA0\\u2028");
   EXPECT_EQ(EscapeForLog("\xFF\xC1\x80\xED\xA0\x80\xE4"), "\\xFF\\xC1\\x80\\xED\\xA0\\x80\\xE4");
 }
 
