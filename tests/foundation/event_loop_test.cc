@@ -36,10 +36,15 @@ class NotingTimer : public Timer, public ActionNotificationReceiver {
 TEST(EventLoopTest, TheGridHoldsAndWhatIsMissedIsDropped) {
   Application application;
   NotingTimer timer;
+  NotingTimer removed;
+  removed.at.resize(5);
+  timer.addActionNotificationReceiver(removed);
   timer.addActionNotificationReceiver(timer);
+  timer.removeActionNotificationReceiver(removed);
   timer.SetPeriod(kPeriod);
   timer.SetMode(2);
   EXPECT_THROW(application.Run(), Enough);
+  ASSERT_EQ(timer.at.size(), 5U);
   EXPECT_GE(timer.at[0], 1);
   EXPECT_GE(timer.at[1], 3);
   for (std::size_t i = 1; i < timer.at.size(); ++i) {

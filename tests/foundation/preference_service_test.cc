@@ -1,6 +1,7 @@
 #include "foundation/system/preference_service.h"
 
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -45,6 +46,17 @@ TEST_F(PreferenceServiceTest, AViewIsAsOldAsItsLastRefresh) {
   fs::remove(path_);
   EXPECT_TRUE(Sync());
   EXPECT_EQ(Value(), "absent");
+}
+
+TEST_F(PreferenceServiceTest, WhereADomainLies) {
+  const auto path = [](const char* home, const char* folder) {
+    setenv("HOME", home, 1);
+    setenv("XDG_CONFIG_HOME", folder, 1);
+    return DomainPath("d");
+  };
+  EXPECT_EQ(path("/home/a", "/c"), "/c/d.plist");
+  EXPECT_EQ(path("/home/a", "c"), "/home/a/.config/d.plist");
+  EXPECT_EQ(path("a", ""), std::string(getpwuid(getuid())->pw_dir) + "/.config/d.plist");
 }
 
 // Where the path of the file leads nowhere, the store is not known to be empty.

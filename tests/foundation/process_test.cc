@@ -172,7 +172,9 @@ class ProcessListTest : public ::testing::Test {
   // The cursor, told of the place, comes to a process of the bundle.
   bool Runs(const std::string& place) const {
     ProcessMBS process;
-    process.ConsiderApplication(New<FolderItem>(folder_.Path() + "/" + place), identifier_);
+    if (!place.empty()) {
+      process.ConsiderApplication(New<FolderItem>(folder_.Path() + "/" + place), identifier_);
+    }
     process.GetFirstProcess();
     do {
       if (process.BundleID() == identifier_) {
@@ -237,6 +239,8 @@ constexpr Way kWays[] = {
     {PROGRAM "$X; chmod 0111 $X"},
     {PROGRAM "$X; chmod 0111 $X", "exec $X"},
     {PROGRAM "$X; chmod 0111 $X", "cd $B/Contents/MacOS; exec ./Tollmere"},
+    {PROGRAM "$F/of-a-very-long-name; chmod 0111 $F/of-a-very-long-name; ln -sf $F/of-a-very-long-name $X",
+     "cd $F; exec ./of-a-very-long-name"},
     {"printf '#!/usr/bin/python3\\nimport ctypes, time\\nctypes.CDLL(None).prctl(4, 0)\\ntime.sleep(600)' "
      ">$X"},
     // By hand.
@@ -246,6 +250,7 @@ constexpr Way kWays[] = {
     {PROGRAM "$X; mkdir $F/bin; ln -s $X $F/bin/tlm", "exec tlm"},
     {SCRIPT ">$X", "exec env -S 'bash -o pipefail -O extglob' $X"},
     {"printf '#!/usr/bin/env -S python3 -W ignore\\nimport time; time.sleep(600)' >$X", "exec $X"},
+    {"printf '#!/usr/bin/env -Spython3 -W ignore\\nimport time; time.sleep(600)' >$X", "exec $X"},
     {"printf '#!/usr/bin/env python\\nimport time; time.sleep(600)' >$X", "exec python3 -B $X"},
     {"printf '#!\\t/bin/sh\\t-e\\nsleep 600\\n:' >$X", "exec $X"},
     {PROGRAM "$X", "exec -a other $X"},
