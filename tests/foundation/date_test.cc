@@ -105,6 +105,10 @@ TEST(DateTest, ANewDateIsOnTheWallClockOfTheMachinesPlace) {
     EXPECT_EQ(Text(Date()), row[2]) << row[0] << " " << row[1];
   }
   setenv("TZ", "UTC", 1);
+  constexpr std::int64_t kBeyondTheCalendar = std::int64_t{1} << 58;
+  SetClock(kBeyondTheCalendar);
+  EXPECT_EQ(Date().TotalSeconds(), static_cast<double>(kBeyondTheCalendar + kSecondsTo1970));
+  SetClock(0);
 }
 
 // Locales that this machine has no sources of are passed over.
@@ -114,9 +118,9 @@ TEST(DateTest, TextsInTheUsersLanguage) {
   Date date;
   date.SetTotalSeconds(TotalSeconds("2027-01-31 10:00:05"));
   for (const std::vector<std::string>& row : Table("long_dates.txt")) {
-    std::system(
-        ("localedef -i " + row[0] + " -f UTF-8 " + folder.Path() + "/" + row[0] + " 2>/dev/null").c_str());
-    if (std::setlocale(LC_TIME, row[0].c_str()) != nullptr) {
+    const std::string name = row[0] + ".UTF-8";
+    std::system(("localedef -i " + row[0] + " -f UTF-8 " + folder.Path() + "/" + name + " 2>&-").c_str());
+    if (std::setlocale(LC_TIME, name.c_str()) != nullptr) {
       EXPECT_EQ(date.LongDate(), row[1]) << row[0];
       EXPECT_EQ(date.LongTime(), row[2]) << row[0];
     }

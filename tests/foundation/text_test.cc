@@ -52,6 +52,16 @@ TEST(TextTest, Utf16) {
   EXPECT_EQ(Utf8FromUtf16("\xE4\0"s, ByteOrder::kLittleEndian), "ä");
 }
 
+TEST(TextTest, WhereUtf8Ends) {
+  EXPECT_EQ(ValidUtf8Length("0123456789ä0123456789"), 22U);
+  EXPECT_EQ(ValidUtf8Length("0123456789\xE4"
+                            "0123456789"),
+            10U);
+  EXPECT_EQ(ValidUtf8Length("ä\xFF"
+                            "0123456789"),
+            2U);
+}
+
 // One call is one line, whatever an alarm is called.
 TEST(TextTest, LogEscapes) {
   EXPECT_EQ(EscapeForLog("Größe \\ \"x\" 😀"), "Größe \\ \"x\" 😀");

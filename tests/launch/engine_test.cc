@@ -27,6 +27,9 @@ TEST_F(EngineTest, ThreeSourcesBestFirst) {
       folder_.WriteBundle("stored place/Tollmere.app", "#!/bin/sh\n", "com.vendrel.Tollmere9");
   const std::string known =
       folder_.WriteBundle("Applications/Named as you like.app", "#!/bin/sh\n", "com.vendrel.Tollmere9");
+  for (const char* name : {"Z", "R", "X", "T", "S", "Y", "Q", "V"}) {
+    folder_.WriteBundle(std::string("Applications/") + name + ".app", "#!/bin/sh\n", "com.vendrel.Tollmere9");
+  }
   // What is left of an older one comes first, and cannot be started.
   std::filesystem::remove(folder_.WriteBundle("Applications/A left over.app", "", "com.vendrel.Tollmere9") +
                           "/Contents/MacOS/Tollmere");
