@@ -57,6 +57,7 @@ TEST(TextTest, WhereUtf8Ends) {
   EXPECT_EQ(ValidUtf8Length("0123456789\xE4"
                             "0123456789"),
             10U);
+  EXPECT_EQ(ValidUtf8Length(std::string_view("ä").substr(0, 1)), 0U);
   EXPECT_EQ(ValidUtf8Length("ä\xFF"
                             "0123456789"),
             2U);
