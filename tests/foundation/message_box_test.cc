@@ -71,6 +71,7 @@ TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
            {"exit 1", false},
            {"exit 2", false},
            {"/usr/bin/head -c 100000 /dev/zero >&2; exit 1", false},
+           {"/usr/bin/sleep 2 & exit 1", false},  // it has left something behind, and said nothing
            {"exit 3", true},
            {"kill -ABRT $$", true},
            {"echo \"(zenity:1): Gtk-WARNING **: cannot open display: :none\" >&2; exit 1", true},

@@ -117,7 +117,8 @@ TEST(LaunchTest, TheSystemSaysNo) {
     const rlimit none = {3, 64};
     setrlimit(RLIMIT_NOFILE, &none);
     const bool no_descriptor = Launch(bundle) == EMFILE && Launch("/bin/true") == EMFILE &&
-                               !preferences.Synchronize(NewCFStringMBS("d"), nullptr, nullptr);
+                               !preferences.Synchronize(NewCFStringMBS("d"), nullptr, nullptr) &&
+                               FolderItem("/bin/true").Exists();
     ProcessMBS processes;
     processes.GetFirstProcess();
     const bool no_list = processes.BundleID().empty() && !processes.GetNextProcess();
