@@ -247,6 +247,7 @@ constexpr Way kWays[] = {
     // By hand.
     {SCRIPT ">$X", "exec sh $X"},
     {SCRIPT ">$X", "cd $B/Contents; exec bash -e MacOS/Tollmere"},
+    {SCRIPT ">$X; ln -s Tollmere $B/Contents/MacOS/alias", "exec $B/Contents/MacOS/alias"},
     {SCRIPT ">$X; mkdir $F/bin; ln -s $X $F/bin/tlm", "exec tlm"},
     {PROGRAM "$X; mkdir $F/bin; ln -s $X $F/bin/tlm", "exec tlm"},
     {SCRIPT ">$X", "exec env -S 'bash -o pipefail -O extglob' $X"},
