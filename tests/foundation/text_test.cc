@@ -58,7 +58,7 @@ TEST(TextTest, WhereUtf8Ends) {
                             "0123456789"),
             10U);
   EXPECT_EQ(ValidUtf8Length(std::string_view("ä").substr(0, 1)), 0U);
-  EXPECT_EQ(ValidUtf8Length("\xE0\x9F\xBF"), 0U);  // U+07FF in a byte too many
+  EXPECT_EQ(ValidUtf8Length("\xE0\x9F\xBF"), 0U);      // U+07FF in a byte too many
   EXPECT_EQ(ValidUtf8Length("\xF4\x90\x80\x80"), 0U);  // U+110000
   EXPECT_EQ(ValidUtf8Length("ä\xFF"
                             "0123456789"),
