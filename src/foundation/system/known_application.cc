@@ -48,16 +48,6 @@ std::string_view WithoutVersion(std::string_view name) {
   return name.substr(0, name.find_last_not_of("0123456789.") + 1);
 }
 
-// The system marks the path of a file that has been removed or replaced since.
-std::string ExecutablePathOf(const RunningProcess& process) {
-  constexpr std::string_view kMark = " (deleted)";
-  std::string path = process.executable;
-  if (path.ends_with(kMark)) {
-    path.resize(path.size() - kMark.size());
-  }
-  return path;
-}
-
 bool HasNameOf(const KnownApplication& application, const std::string& path) {
   const std::string_view name = FileName(path);
   return !name.empty() && (name == FileName(application.executable) || name == FileName(application.target));
@@ -85,17 +75,17 @@ bool LeadsTo(const KnownApplication& application, const std::string& path) {
 }
 
 bool RunsExecutable(const RunningProcess& process, const KnownApplication& application) {
-  const std::string path = ExecutablePathOf(process);
+  const std::string& path = process.executable;
   if (path.empty()) {
-    // The system does not tell. If it was not started by a path, the file's name in /proc is all there is.
+    // The system does not tell. If it was not started by a path, the file's name is all there is.
     constexpr std::size_t kNameLength = 15;
     return !process.arguments.front().starts_with('/') &&
            (process.name == FileName(application.executable).substr(0, kNameLength) ||
             process.name == FileName(application.target).substr(0, kNameLength));
   }
   return path == application.executable || path == application.target ||
-         (HasNameOf(application, path) && (IsSameFile(process.folder + "/exe", application.executable) ||
-                                           IsInSilentBundle(path, application)));
+         (HasNameOf(application, path) &&
+          (IsSameFile(process.file, application.executable) || IsInSilentBundle(path, application)));
 }
 
 bool WasStartedAs(const RunningProcess& process, const KnownApplication& application) {
@@ -105,7 +95,7 @@ bool WasStartedAs(const RunningProcess& process, const KnownApplication& applica
 
 // An interpreter of the script, or a shell, which may be told to read any script; but not, say, an editor.
 bool IsInterpreter(const RunningProcess& process, const KnownApplication& application) {
-  const std::string path = ExecutablePathOf(process);
+  const std::string& path = process.executable;
   for (const std::string_view name : {FileName(path), FileName(process.arguments.front())}) {
     if (name.ends_with("sh") || std::any_of(application.interpreter.begin(), application.interpreter.end(),
                                             [&](std::string_view word) {
@@ -127,7 +117,7 @@ bool LiesAlongPath(const RunningProcess& process, const std::string& path) {
 
 // Of a shell's options only these take a value, the name of a mode.
 bool MayTakeValue(const RunningProcess& process, const std::string& option) {
-  const bool is_shell = FileName(ExecutablePathOf(process)).ends_with("sh");
+  const bool is_shell = FileName(process.executable).ends_with("sh");
   return !is_shell || option.ends_with('o') || option.ends_with('O');
 }
 
@@ -190,7 +180,7 @@ bool BelongsTo(const RunningProcess& process, const KnownApplication& applicatio
 
 std::vector<std::string> OtherBundlesOf(const RunningProcess& process,
                                         const std::vector<KnownApplication>& applications) {
-  std::vector<std::string> folders = {BundleFolderOf(ExecutablePathOf(process))};
+  std::vector<std::string> folders = {BundleFolderOf(process.executable)};
   for (const std::string& argument : process.arguments) {
     if (&argument == &process.arguments.front() ||
         std::any_of(applications.begin(), applications.end(),

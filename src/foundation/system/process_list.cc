@@ -80,7 +80,7 @@ void ProcessMBS::GetFirstProcess() {
     ConsiderApplication(New<FolderItem>(place), "");
   }
   std::erase_if(applications_, [](const KnownApplication& known) { return known.identifier.empty(); });
-  processes_ = NumbersIn("/proc");
+  processes_ = AllProcesses();
   LeaveOutStuck(processes_);
   at_ = 0;
 }

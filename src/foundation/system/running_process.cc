@@ -90,7 +90,12 @@ std::optional<RunningProcess> LookAtProcess(pid_t number) {
   }
   const std::string name = ReadHead("/proc/" + std::to_string(number) + "/comm", 64);
   process.name = name.substr(0, name.rfind('\n'));
-  process.executable = ReadLink(process.folder + "/exe");
+  process.file = process.folder + "/exe";
+  process.executable = ReadLink(process.file);
+  constexpr std::string_view kMark = " (deleted)";  // The file has been removed or replaced.
+  if (process.executable.ends_with(kMark)) {
+    process.executable.resize(process.executable.size() - kMark.size());
+  }
   constexpr std::size_t kEnoughOfCommand = 16'384;
   const std::string command = ReadHead(process.folder + "/cmdline", kEnoughOfCommand);
   for (const std::string_view argument : Split(command, "\0"sv)) {
@@ -108,6 +113,8 @@ std::string StartTimeOf(pid_t number) {
   constexpr std::size_t kStartTime = 20;  // counted from that bracket
   return fields.size() > kStartTime ? std::string(fields[kStartTime]) : std::string();
 }
+
+std::vector<pid_t> AllProcesses() { return NumbersIn("/proc"); }
 
 std::vector<int> NumbersIn(const std::string& folder) {
   std::vector<int> numbers;
