@@ -261,6 +261,13 @@ class AgentTest(unittest.TestCase):
                 self.wait_for(START[1])
             self.assertEqual(self.end(), (0, lines))
 
+    def test_dates_are_in_the_users_language(self):
+        subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", self.home + "/de_DE.UTF-8"], check=False)
+        self.environment.update(LOCPATH=self.home, LC_ALL="de_DE.UTF-8")
+        self.store([{"Name": "Tag", "UniqueID": 1, "DateYear": 2091, "DateMonth": 6, "DateDay": 3, "Hour": 8, "Minute": 0}])
+        self.start()
+        self.wait_for('Found Alarm "Tag"; Ring At: Sonntag, 3 Juni 2091 08:00:00')
+
     def test_the_command_line(self):
         for arguments, status, out, error in (
                 (["--help"], 0, "Usage: ", ""), (["--version"], 0, "tollmere-helper ", ""),

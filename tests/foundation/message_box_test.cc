@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 
@@ -55,15 +56,27 @@ TEST_F(MessageBoxTest, TheTextIsNeverTakenForMore) {
   EXPECT_EQ(TakeLog(), Lines());
 }
 
+TEST_F(MessageBoxTest, TheProgramHasEverySignalAtItsDefault) {
+  const std::string seen = folder_.Path() + "/seen";
+  Install("zenity", "/usr/bin/grep SigIgn /proc/self/status >" + seen);
+  signal(SIGUSR1, SIG_IGN);
+  MsgBox("x");
+  signal(SIGUSR1, SIG_DFL);
+  EXPECT_EQ(ReadWholeFile(seen), "SigIgn:\t0000000000000000\n");
+}
+
 // A box that could not be shown leaves its text in the log; one that was closed at once does not. In a child
 // each, since after a failure no box is tried for a minute.
 TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
-  const auto log_of_box = [] {
+  const auto show = []() noexcept { MsgBox("first\nsecond"); };
+  const auto log_of_box = [&] {
     if (fork() == 0) {
-      MsgBox("first\nsecond");
+      show();
       _exit(0);
     }
-    wait(nullptr);
+    int status = 1;
+    wait(&status);
+    EXPECT_EQ(status, 0);
     return TakeLog();
   };
   for (const auto& [script, is_logged] : std::initializer_list<std::pair<std::string, bool>>{
@@ -80,6 +93,10 @@ TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
     EXPECT_EQ(log_of_box(), is_logged ? Lines({"first", "    second"}) : Lines()) << script;
   }
   folder_.Write("zenity", "no program", true);
+  EXPECT_EQ(log_of_box(), Lines({"first", "    second"}));
+  std::filesystem::remove(folder_.Path() + "/env");  // which sets the encoding
+  Install("zenity", "");
+  setenv("LC_ALL", "C", 1);
   EXPECT_EQ(log_of_box(), Lines({"first", "    second"}));
 }
 

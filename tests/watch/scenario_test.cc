@@ -88,6 +88,7 @@ TEST_F(ScenarioTest, AMomentThatPassesBetweenReloadAndPass) {
 TEST_F(ScenarioTest, AFailedTickLeavesTheTimerOffAndTheSecondsToDo) {
   Begin();
   Tick("2027-06-15 08:00:00");
+  EXPECT_EQ(Engine::tmrCheckAlarms->Mode(), 2);
   alarms_ = {"UniqueID=1", "<key>WeeklyDays</key><true/>", "UniqueID=2"};
   EXPECT_THROW(Tick("2027-06-15 08:00:05"), IllegalCastException);
   EXPECT_EQ(Engine::tmrCheckAlarms->Mode(), 0);
