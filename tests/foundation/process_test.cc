@@ -17,6 +17,7 @@
 
 #include "foundation/system/descriptor.h"
 #include "foundation/system/file_item.h"
+#include "foundation/system/launch_services.h"
 #include "foundation/system/preference_service.h"
 #include "foundation/system/process_list.h"
 #include "foundation/yield.h"
@@ -387,6 +388,7 @@ TEST_F(ProcessListTest, APlaceThatDoesNotAnswer) {
   if (fanotify_mark(scanner.Get(), FAN_MARK_ADD, FAN_OPEN_PERM, AT_FDCWD, info.c_str()) != 0) {
     GTEST_SKIP() << "no such scanner here, or not without root";
   }
+  EXPECT_EQ(LaunchServicesFindApplicationForInfoMBS("", identifier_, ""), nullptr);
   EXPECT_FALSE(FolderItem(bundle_).Exists());
   EXPECT_FALSE(Runs(""));
   scanner.Close();
