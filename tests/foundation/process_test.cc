@@ -1,6 +1,7 @@
 // Programs that are started, and processes that are looked at: all of them real.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sys/fanotify.h>
 #include <sys/prctl.h>
@@ -99,6 +100,20 @@ TEST(LaunchTest, AThousandStartsLeaveNothingBehind) {
     ASSERT_EQ(Launch(bundle), 0);
   }
   EXPECT_EQ(OpenDescriptors(), descriptors);
+  EXPECT_FALSE(HasChildren());
+}
+
+// As by a system that is out of memory, before it has started anything.
+TEST(LaunchTest, AChildThatIsKilledIsAFailure) {
+  static bool kills = true;
+  pthread_atfork(nullptr, nullptr, [] {
+    if (kills) {
+      raise(SIGKILL);
+    }
+  });
+  EXPECT_EQ(Launch("/bin/true"), ECHILD);
+  kills = false;
+  EXPECT_EQ(Launch("/bin/true"), 0);
   EXPECT_FALSE(HasChildren());
 }
 
@@ -383,15 +398,22 @@ TEST_F(ProcessListTest, AStartThatHangs) {
 
 // The same for each file that is opened: so is it on a mount whose server is gone.
 TEST_F(ProcessListTest, APlaceThatDoesNotAnswer) {
+  const std::string elsewhere = folder_.WriteBundle("Elsewhere.app", "", identifier_);
+  ASSERT_TRUE(Shell(PROGRAM "$F/Elsewhere.app/Contents/MacOS/Tollmere"));
+  StartByHand("exec $F/Elsewhere.app/Contents/MacOS/Tollmere");
+  EXPECT_TRUE(Eventually([&] { return Runs(""); }));
   Descriptor scanner(fanotify_init(FAN_CLASS_CONTENT | FAN_CLOEXEC, O_RDONLY));
-  const std::string info = bundle_ + "/Contents/Info.plist";
-  if (fanotify_mark(scanner.Get(), FAN_MARK_ADD, FAN_OPEN_PERM, AT_FDCWD, info.c_str()) != 0) {
-    GTEST_SKIP() << "no such scanner here, or not without root";
+  for (const std::string& bundle : {bundle_, elsewhere}) {
+    const std::string info = bundle + "/Contents/Info.plist";
+    if (fanotify_mark(scanner.Get(), FAN_MARK_ADD, FAN_OPEN_PERM, AT_FDCWD, info.c_str()) != 0) {
+      GTEST_SKIP() << "no such scanner here, or not without root";
+    }
   }
   EXPECT_EQ(LaunchServicesFindApplicationForInfoMBS("", identifier_, ""), nullptr);
   EXPECT_FALSE(FolderItem(bundle_).Exists());
   EXPECT_FALSE(Runs(""));
   scanner.Close();
+  End();
   EXPECT_TRUE(Eventually([&] { return FolderItem(folder_.Path()).Exists() && !HasChildren(); }));
 }
 
