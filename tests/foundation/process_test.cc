@@ -169,7 +169,13 @@ class ProcessListTest : public ::testing::Test {
     prctl(PR_SET_CHILD_SUBREAPER, 0);
   }
 
-  static bool Shell(const std::string& commands) { return std::system(("set -e; " + commands).c_str()) == 0; }
+  static bool Shell(const std::string& commands) {
+    // A script and a program that wait, and a wait for a process of that name.
+    constexpr const char* kFunctions =
+        "set -e; script() { printf '#!/bin/sh\nsleep 600\n:\n' >$1; }; program() { cp " WAITING_PROGRAM
+        " $1; }; await() { until grep -qsx $1 /proc/[0-9]*/comm; do sleep 0.01; done; }; ";
+    return std::system((kFunctions + commands).c_str()) == 0;
+  }
   // Sees to it that `act` holds in a process of its own, which knows nothing of what others have started and
   // may no more than a user may.
   static bool Apart(const std::function<bool()>& act) {
@@ -218,108 +224,32 @@ class ProcessListTest : public ::testing::Test {
   const std::string bundle_ = folder_.WriteBundle("Applications/Tollmere.app", "", identifier_);
 };
 
-// How the application lies, how it is started (where nothing is said, by Launch), what happens then, and
-// whether it is known as running; and where its last location is stored to be.
-struct Way {
-  const char* lay;
-  const char* start = "";
-  const char* then = "";
-  bool runs = true;
-  const char* place = "";
-};
-void PrintTo(const Way& way, std::ostream* out) {
-  *out << way.lay << " | " << way.start << " | " << way.then;
-}
-
-// A script and a program that wait, and a wait for a process of that name.
-#define SCRIPT "printf '#!/bin/sh\\nsleep 600\\n:\\n' "
-#define PROGRAM "cp " WAITING_PROGRAM " "
-#define AWAIT "await() { until grep -qsx $1 /proc/[0-9]*/comm; do sleep 0.01; done; }; await "
-
-constexpr Way kWays[] = {
-    {SCRIPT ">$X"},
-    {SCRIPT ">$X; mv $B $F/real; ln -s $F/real $B"},
-    {SCRIPT ">$X; mv $B $F/real; ln -s $F/real $B", "exec $F/real/Contents/MacOS/Tollmere"},
-    {SCRIPT ">$B/run; chmod +x $B/run; ln -sf ../../run $X"},
-    {SCRIPT ">$B/run; chmod +x $B/run; ln -sf ../../run $X", "exec $B/run"},
-    {SCRIPT ">$F/run; chmod +x $F/run; ln -sf $F/run $X"},
-    {SCRIPT ">$F/run; chmod +x $F/run; ln -sf $F/run $X", "cd $F; exec ./run"},
-    {PROGRAM "$B/run; ln -sf ../../run $X"},
-    {PROGRAM "$B/run; ln -sf ../../run $X", "exec $B/run"},
-    {PROGRAM "$F/run; ln -sf $F/run $X"},
-    {PROGRAM "$F/run; ln -sf $F/run $X", "cd $F; exec ./run"},
-    {"printf '#!/bin/sh\\nexec env -u A tail -f /dev/null' >$X"},
-    {SCRIPT ">$X; mv $B $F/Odd", "", "", true, "Odd"},
-    {PROGRAM "$X; mv $B $F/Odd.APP", "exec $F/Odd.APP/Contents/MacOS/Tollmere", "", true, "Odd.APP"},
-    {SCRIPT ">$F/plain; chmod +x $F/plain", "exec $F/plain", "", true, "plain"},
-    // The system does not tell what it runs.
-    {PROGRAM "$X; chmod 0111 $X"},
-    {PROGRAM "$X; chmod 0111 $X", "exec $X"},
-    {PROGRAM "$X; chmod 0111 $X", "cd $B/Contents/MacOS; exec ./Tollmere"},
-    {PROGRAM "$F/of-a-very-long-name; chmod 0111 $F/of-a-very-long-name; ln -sf $F/of-a-very-long-name $X",
-     "cd $F; exec ./of-a-very-long-name"},
-    {"printf '#!/usr/bin/python3\\nimport ctypes, time\\nctypes.CDLL(None).prctl(4, 0)\\ntime.sleep(600)' "
-     ">$X"},
-    // By hand.
-    {SCRIPT ">$X", "exec sh $X"},
-    {SCRIPT ">$X", "cd $B/Contents; exec bash -e MacOS/Tollmere"},
-    {SCRIPT ">$X; ln -s Tollmere $B/Contents/MacOS/alias", "exec $B/Contents/MacOS/alias"},
-    {SCRIPT ">$X; mkdir $F/bin; ln -s $X $F/bin/tlm", "exec tlm"},
-    {PROGRAM "$X; mkdir $F/bin; ln -s $X $F/bin/tlm", "exec tlm"},
-    {SCRIPT ">$X", "exec env -S 'bash -o pipefail -O extglob' $X"},
-    {"printf '#!/usr/bin/env -S python3 -W ignore\\nimport time; time.sleep(600)' >$X", "exec $X"},
-    {"printf '#!/usr/bin/env -Spython3 -W ignore\\nimport time; time.sleep(600)' >$X", "exec $X"},
-    {"printf '#!/usr/bin/env python\\nimport time; time.sleep(600)' >$X", "exec python3 -B $X"},
-    {"printf '#!\\t/bin/sh\\t-e\\nsleep 600\\n:' >$X", "exec $X"},
-    {PROGRAM "$X", "exec -a other $X"},
-    {SCRIPT ">$X", "exec -a other sh $X"},
-    // It changes while it runs.
-    {SCRIPT ">$X", "", "mv $B $F/Applications/Old.app"},
-    {SCRIPT ">$X", "exec $X", "mv $B $F/Applications/Old.app"},
-    {PROGRAM "$X", "exec $X", "mv $B $F/Applications/Old.app"},
-    {PROGRAM "$X", "cd $B/Contents/MacOS; exec ./Tollmere", "mv $B $F/Old.app"},
-    {PROGRAM "$X", "exec $X", "mv $X $X.old; " PROGRAM "$X"},
-    {PROGRAM "$X", "exec -a other $X", "rm $X; " SCRIPT ">$X"},
-    {SCRIPT ">$X", "exec $X", "rm $X; " PROGRAM "$X"},
-    {SCRIPT ">$X", "", "echo '<plist><dict>' >$B/Contents/Info.plist"},
-    {PROGRAM "$X", "exec -a other $X", "echo '<plist><dict>' >$B/Contents/Info.plist", true,
-     "Applications/Tollmere.app"},
-    {"printf '#!/usr/bin/python3\\nimport ctypes, threading, time\\n"
-     "threading.Thread(target=time.sleep, args=(600,)).start()\\nctypes.CDLL(None).pthread_exit(None)' >$X",
-     "exec $X", "until grep -qs 'Tollmere) Z' /proc/[0-9]*/stat; do sleep 0.01; done"},
-    // What does not count, even if it has inherited the mark.
-    {PROGRAM "$B/Contents/MacOS/helper", "exec $B/Contents/MacOS/helper", AWAIT "helper", false},
-    {PROGRAM "$B/Contents/MacOS/helper; printf '#!/bin/sh\\n$B/Contents/MacOS/helper &' >$X", "",
-     AWAIT "helper", false},
-    {"cp /usr/bin/tail $F/editor", "exec $F/editor -f $X", AWAIT "editor", false},
-    {"cp /bin/sh $F/mysh; printf 'sleep 600\\n:' >$F/run", "exec $F/mysh $F/run $X", AWAIT "mysh", false},
-    {"cp /bin/sh $F/mysh; printf 'sleep 600\n:' >$F/run", "cd $F; exec $F/mysh -x run $X", AWAIT "mysh",
-     false},
-    {"cp /bin/sh $F/mysh", "exec $F/mysh -c 'sleep 600; :' $X", AWAIT "mysh", false},
-};
-
-class WaysTest : public ProcessListTest, public ::testing::WithParamInterface<Way> {};
+class WaysTest : public ProcessListTest, public ::testing::WithParamInterface<std::vector<std::string>> {};
 
 TEST_P(WaysTest, IsKnownToRun) {
-  const Way& way = GetParam();
-  const auto is_known = [&] { return Eventually([&] { return Runs(way.place) == way.runs; }); };
+  std::vector<std::string> row = GetParam();
+  row.resize(5);
+  const std::string& start = row[1];
+  const std::string& place = row[4];
+  const bool counts = row[3].empty();
+  const auto is_known = [&] { return Eventually([&] { return Runs(place) == counts; }); };
   EXPECT_TRUE(Apart([&] {
-    if (!Shell(way.lay)) {
+    if (!Shell(row[0])) {
       return false;
     }
-    if (*way.start != '\0') {
-      StartByHand(way.start);
-    } else if (Launch(*way.place != '\0' ? folder_.Path() + "/" + way.place : bundle_) != 0) {
+    if (!start.empty()) {
+      StartByHand(start);
+    } else if (Launch(place.empty() ? bundle_ : folder_.Path() + "/" + place) != 0) {
       return false;
     }
-    return (!way.runs || is_known()) && Shell(way.then) && is_known();
+    return (!counts || is_known()) && Shell(row[2]) && is_known();
   }));
   EXPECT_TRUE(Apart(is_known)) << "to an agent started since";
 }
-INSTANTIATE_TEST_SUITE_P(Ways, WaysTest, ::testing::ValuesIn(kWays));
+INSTANTIATE_TEST_SUITE_P(Ways, WaysTest, ::testing::ValuesIn(Table("ways.txt")));
 
 TEST_F(ProcessListTest, TheDeadAndThoseOfOthersDoNotCount) {
-  ASSERT_TRUE(Shell(PROGRAM "$X"));
+  ASSERT_TRUE(Shell("program $X"));
   StartByHand("exec $X");
   EXPECT_TRUE(Eventually([&] { return Runs(""); }));
   if (geteuid() == 0) {
@@ -366,7 +296,7 @@ TEST_F(ProcessListTest, ANumberThatIsGivenOutAgain) {
 
 // A scanner that looks at each program before it starts, and does not answer.
 TEST_F(ProcessListTest, AStartThatHangs) {
-  ASSERT_TRUE(Shell(SCRIPT ">$X"));
+  ASSERT_TRUE(Shell("script $X"));
   Descriptor scanner(fanotify_init(FAN_CLASS_CONTENT | FAN_CLOEXEC, O_RDONLY));
   if (fanotify_mark(scanner.Get(), FAN_MARK_ADD, FAN_OPEN_EXEC_PERM, AT_FDCWD, getenv("X")) != 0) {
     GTEST_SKIP() << "no such scanner here, or not without root";
@@ -399,7 +329,7 @@ TEST_F(ProcessListTest, AStartThatHangs) {
 // The same for each file that is opened: so is it on a mount whose server is gone.
 TEST_F(ProcessListTest, APlaceThatDoesNotAnswer) {
   const std::string elsewhere = folder_.WriteBundle("Elsewhere.app", "", identifier_);
-  ASSERT_TRUE(Shell(PROGRAM "$F/Elsewhere.app/Contents/MacOS/Tollmere"));
+  ASSERT_TRUE(Shell("program $F/Elsewhere.app/Contents/MacOS/Tollmere"));
   StartByHand("exec $F/Elsewhere.app/Contents/MacOS/Tollmere");
   EXPECT_TRUE(Eventually([&] { return Runs(""); }));
   Descriptor scanner(fanotify_init(FAN_CLASS_CONTENT | FAN_CLOEXEC, O_RDONLY));

@@ -171,6 +171,24 @@ TEST_F(PlainStepsTest, AWalkDoesWhatOneOfEverySecondDoes) {
   }
 }
 
+// The first ring takes a minute, and the second alarm is due then.
+TEST_F(PlainStepsTest, APassThatComesOneSecondLaterIsNoWalk) {
+  LocalPreferences::xAlarmArray.clear();
+  for (const char* minute : {"2027-03-31 10:00:00", "2027-03-31 10:01:00"}) {
+    SetClock(minute);
+    const Ref<LoggingAlarm> alarm = New<LoggingAlarm>();
+    alarm->Constructor();
+    alarm->UniqueID = 3;
+    alarm->NextRingDateTime = New<Date>();
+    LocalPreferences::xAlarmArray.push_back(alarm);
+  }
+  SetClock("2027-03-31 10:00:00");
+  CheckAlarmsTimer::dRecentCheck = New<Date>();
+  AdvanceClock(1);
+  CheckAlarmsTimer::CheckAlarms(nullptr);
+  EXPECT_NE(LocalPreferences::xAlarmArray[1]->LastRungDateTime, nullptr);
+}
+
 TEST_F(PlainStepsTest, ASearchFindsWhatOneOfEveryStepFinds) {
   for (int i = 0; i < 1000; ++i) {
     const Ref<TLMAlarm> alarm = TLMAlarm::Make();
