@@ -278,9 +278,9 @@ class AgentTest(unittest.TestCase):
             self.assertEqual(run.stdout == "", out == "")
 
     def test_closed_streams_and_ignored_signals(self):
-        self.start(["sh", "-c", "trap '' HUP; exec \"$0\" <&- >&- 2>&-", AGENT])
+        self.start(["sh", "-c", "trap '' HUP CHLD; exec \"$0\" <&- >&- 2>&-", AGENT])
         self.assertTrue(eventually(lambda: int(self.of_agent("SigIgn"), 16) >> signal.SIGXFSZ - 1 & 1))
-        for number, ignored in ((signal.SIGHUP, 1), (signal.SIGINT, 0), (signal.SIGPIPE, 1)):
+        for number, ignored in ((signal.SIGHUP, 1), (signal.SIGINT, 0), (signal.SIGPIPE, 1), (signal.SIGCHLD, 0)):
             self.assertEqual(int(self.of_agent("SigIgn"), 16) >> number - 1 & 1, ignored)
         self.assertEqual({os.readlink(f"/proc/{self.agent.pid}/fd/{stream}") for stream in range(3)}, {"/dev/null"})
 
