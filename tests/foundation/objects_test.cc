@@ -36,6 +36,7 @@ TEST(ObjectsTest, DictionariesOfEverySize) {
     EXPECT_EQ(dictionary.Count(), 2U * static_cast<unsigned>(count) + 4);
     for (int i = 0; i < count; ++i) {
       ASSERT_EQ(VariantToInt32(dictionary.Value(Int32ToVariant(i))), i + 1);
+      ASSERT_TRUE(dictionary.Value(StringToVariant(std::to_string(i))).IsNil());
     }
     EXPECT_EQ(VariantToInt32(dictionary.Lookup("a", Variant())), 1);
     EXPECT_TRUE(dictionary.HasKey("0") && dictionary.If("0")->IsNil());  // Nil is a value

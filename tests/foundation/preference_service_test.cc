@@ -40,8 +40,10 @@ class PreferenceServiceTest : public ::testing::Test {
 };
 
 TEST_F(PreferenceServiceTest, AViewIsAsOldAsItsLastRefresh) {
-  Put("1");
   EXPECT_EQ(State().path, path_);
+  folder_.Write("d.plist", "");
+  EXPECT_FALSE(CFPreferencesMBS().Synchronize(NewCFStringMBS("d"), nullptr, nullptr));
+  Put("1");
   EXPECT_EQ(Value(), "1");  // a domain never refreshed before
   Put("2");
   EXPECT_EQ(Value(), "1");
@@ -51,6 +53,8 @@ TEST_F(PreferenceServiceTest, AViewIsAsOldAsItsLastRefresh) {
   EXPECT_TRUE(Sync());
   EXPECT_EQ(Value(), "absent");
   EXPECT_EQ(State().kind, DomainState::Kind::kAbsent);
+  folder_.Write("d.plist", "");
+  EXPECT_FALSE(Sync());
 }
 
 TEST_F(PreferenceServiceTest, WhereADomainLies) {

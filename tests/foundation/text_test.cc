@@ -47,8 +47,8 @@ TEST(TextTest, PiecesAndEquality) {
 
 TEST(TextTest, Utf16) {
   EXPECT_EQ(Utf8FromUtf16("\xD8\x3D\xDE\0\0\x41"s, ByteOrder::kBigEndian), "😀A");
-  EXPECT_EQ(Utf8FromUtf16("\xD8\x3D\0\x41\xDC\0\xDC\0\0"s, ByteOrder::kBigEndian),
-            "\uFFFDA\uFFFD\uFFFD\uFFFD");
+  EXPECT_EQ(Utf8FromUtf16("\xD8\x3D\0\x41\xDC\0\xDC\0\xDB\xFF\xDB\xFF\0"s, ByteOrder::kBigEndian),
+            "\uFFFDA\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD");
   EXPECT_EQ(Utf8FromUtf16("\xE4\0"s, ByteOrder::kLittleEndian), "ä");
 }
 
@@ -58,6 +58,7 @@ TEST(TextTest, WhereUtf8Ends) {
                             "0123456789"),
             10U);
   EXPECT_EQ(ValidUtf8Length(std::string_view("ä").substr(0, 1)), 0U);
+  EXPECT_EQ(ValidUtf8Length("abc"), 3U);
   EXPECT_EQ(ValidUtf8Length("\xE0\x9F\xBF"), 0U);      // U+07FF in a byte too many
   EXPECT_EQ(ValidUtf8Length("\xF4\x90\x80\x80"), 0U);  // U+110000
   EXPECT_EQ(ValidUtf8Length("ä\xFF"
