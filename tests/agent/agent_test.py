@@ -315,4 +315,5 @@ class AgentTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGINT, signal.default_int_handler)  # A shell's background job ignores it.
     unittest.main(verbosity=2)
