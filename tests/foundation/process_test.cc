@@ -56,6 +56,7 @@ TEST(LaunchTest, WhatCannotBeStartedSaysWhy) {
     folder.Write(name + "/Contents/Info.plist", info);
     return folder.Path() + "/" + name;
   };
+  folder.Write("D/Contents/Info.plist/x", "");
   const std::pair<std::string, int> rows[] = {
       {folder.Path() + "/none", ENOENT},
       {folder.Path(), ENOENT},  // a folder that is no bundle
@@ -63,6 +64,7 @@ TEST(LaunchTest, WhatCannotBeStartedSaysWhy) {
       {folder.Write("garbage", "x", true), ENOEXEC},
       {folder.Write("script", "#!/nowhere/sh\n", true), ENOENT},
       {with_info("A", "x"), ENOEXEC},
+      {folder.Path() + "/D", EINVAL},  // What should be its property list is a folder.
       {with_info("B", "<plist><dict/></plist>"), ENOEXEC},
       {with_info("C", "<plist><dict><key>CFBundleExecutable</key><string>../x</string></dict></plist>"),
        ENOEXEC}};

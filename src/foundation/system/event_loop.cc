@@ -72,12 +72,10 @@ void PrepareSignals() {
 // If a standard stream is closed at the start, the next file that is opened would get its number, and the log
 // would be written into it.
 void PrepareStandardStreams() {
-  int descriptor = 0;
-  do {
-    descriptor = open("/dev/null", O_RDWR);
-  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-  if (descriptor > STDERR_FILENO) {
-    close(descriptor);
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) {
+      open("/dev/null", O_RDWR);  // This is the lowest number that is free.
+    }
   }
 }
 
