@@ -231,7 +231,7 @@ class AgentTest(unittest.TestCase):
         agent = shutil.copy(AGENT, self.home + "/agent")
         for (read, write), user in ((os.pipe(), None), ([end.detach() for end in socket.socketpair()], None),
                                     (os.pipe(), 65534 if os.getuid() == 0 else None)):  # not to be opened anew
-            self.store([{"Name": name, "AlarmType": 9, "Hour": 48} for name in ("x" * 300000, "lost")])
+            self.store([{"Name": name, "AlarmType": 9, "Hour": 48, "UniqueID": len(name)} for name in ("x" * 300000, "lost")])
             self.start([agent], log=write, user=user)
             os.close(write)
             time.sleep(2.5)
