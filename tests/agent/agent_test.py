@@ -137,6 +137,14 @@ class AgentTest(unittest.TestCase):
             self.assertEqual(self.end(number)[0], 0)
         self.assertEqual(self.log()[-3:-1] + self.log()[-1:], attempt("b") + ["Tollmere already running."])
 
+    def test_a_program_at_its_last_place_is_found(self):
+        program = shutil.copy(self.bundle("any") + "/Contents/MacOS/Tollmere", self.home)
+        subprocess.run(["sh", "-c", '"$0" >&- 2>&- &', program], check=True)
+        self.store([due("a")], LastExeLocation=program.encode())
+        self.start()
+        self.wait_for("Tollmere already running.")
+        self.assertEqual(self.end(), (0, START + attempt("a") + ["Tollmere already running."]))
+
     def test_the_systems_applications_folder_is_the_third_source(self):
         # Without its identifier the launch service does not know it: the place alone tells. The place is in a root
         # of the test's own, which is this one and that folder.
