@@ -323,5 +323,6 @@ class AgentTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    signal.signal(signal.SIGINT, signal.default_int_handler)  # A shell's background job ignores it.
+    for number in (signal.SIGHUP, signal.SIGINT):  # Under nohup, or in a shell's background job, they are ignored.
+        signal.signal(number, signal.default_int_handler)
     unittest.main(verbosity=2)
