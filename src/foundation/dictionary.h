@@ -37,7 +37,7 @@ class Dictionary final : public Object {
     Key(const char* text) noexcept : name_(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
     Key(const Variant& boxed);                                         // NOLINT(google-explicit-constructor)
 
-    auto operator<=>(const Key&) const = default;
+    auto operator<=>(const Key&) const = default;  // NOLINT(modernize-use-nullptr): a mistake of the check
 
    private:
     std::variant<std::int32_t, std::string_view> name_;

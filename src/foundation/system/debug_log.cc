@@ -55,7 +55,7 @@ class LogStream {
   }
 
  private:
-  ssize_t WriteSome(std::string_view bytes) noexcept {
+  ssize_t WriteSome(std::string_view bytes) const noexcept {
     if (type_ == S_IFSOCK) {
       return send(STDERR_FILENO, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
