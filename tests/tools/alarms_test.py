@@ -110,15 +110,9 @@ class AlarmsTest(unittest.TestCase):
                                                 (b"bplist00 and no more", "unreadable", "byte", 2),
                                                 (b"<plist><string/></plist>", "unreadable", "no dictionary", 2),
                                                 (b" " * (16 * 1024 * 1024 + 1), "unreadable", "16 MiB", 2),
-                                                ("folder", "unreadable", "regular file", 2),
-                                                ("link", "unreadable", "No such file", 2),
                                                 (plistlib.dumps({"Alarms": "x"}), "read", "not an array", 1)):
             with self.subTest(content=content and content[:30]):
-                if content == "folder":
-                    os.mkdir(self.store_path)
-                elif content == "link":
-                    os.symlink("nowhere", self.store_path)
-                elif content:
+                if content:
                     with open(self.store_path, "wb") as file:
                         file.write(content)
                 told = self.ask("--json")
@@ -127,7 +121,7 @@ class AlarmsTest(unittest.TestCase):
                 self.assertIn(problem or "None", str(top["problem"]))
                 self.assertIn(self.store_path, self.ask().stdout)
                 self.assertEqual(self.ask("--check").returncode, status or 1)
-                subprocess.run(["rm", "-rf", self.store_path], check=True)
+                subprocess.run(["rm", "-f", self.store_path], check=True)
 
     def test_what_keeps_all_alarms_from_ringing_hides_none(self):
         daily = {"Name": "d", "UniqueID": 5, "DateYear": -1, "DateMonth": -1, "DateDay": -1, "Hour": 7, "Minute": 0}
