@@ -43,7 +43,7 @@ def due(name, number=1, **more):
     return dict(DAILY, Name=name, UniqueID=number, Hour=now.tm_hour, Minute=now.tm_min, **more)
 
 
-class AgentTest(unittest.TestCase):
+class AgentCase(unittest.TestCase):
     def setUp(self):
         self.home = tempfile.mkdtemp()
         self.store_path = self.home + "/com.vendrel.Tollmere9.plist"
@@ -107,6 +107,10 @@ class AgentTest(unittest.TestCase):
         self.agent.send_signal(number)
         status = self.agent.wait(60)
         return status, [line for line in self.log() if not line.startswith(("Found Alarm", "Found Updated"))]
+
+
+class LaunchTest(AgentCase):
+    """Alarms that fall due. No other test may have the application running meanwhile."""
 
     def test_from_a_foreign_store_to_the_running_application(self):
         path = self.bundle("Else where")
@@ -192,6 +196,26 @@ class AgentTest(unittest.TestCase):
         self.agent.send_signal(signal.SIGCONT)
         self.wait_for("Successfully launched Tollmere.")
 
+    def test_a_log_that_nobody_reads_stops_nothing(self):
+        self.bundle("Applications")
+        many = [{"Name": "x" * 60, "UniqueID": i + 2, "AlarmType": 9, "Hour": 48} for i in range(1500)]
+        for closed in (False, True):
+            self.store(many + [due("a")])
+            read, write = os.pipe()
+            self.start(log=write)
+            os.close(write)
+            if closed:
+                os.close(read)
+            self.assertTrue(eventually(lambda: len(self.started()) == 1))
+            self.agent.terminate()
+            self.assertEqual(self.agent.wait(60), 0)
+            os.kill(self.started()[0], signal.SIGKILL)
+            os.remove(self.home + "/started")
+
+
+class AgentTest(AgentCase):
+    """All else."""
+
     def test_bad_files_change_nothing_and_a_malformed_alarm_is_named(self):
         alarm = {"Name": "a", "UniqueID": 1, "AlarmType": 9, "Hour": 48}
         self.store([alarm])
@@ -217,22 +241,6 @@ class AgentTest(unittest.TestCase):
         self.store([{"Name": "x" * 100, "UniqueID": i, "AlarmType": 9} for i in range(40000)])
         self.assertEqual(self.agent.wait(60), 1)
         self.assertEqual(self.log()[2:], ["Ended by an uncaught error: std::bad_alloc"])
-
-    def test_a_log_that_nobody_reads_stops_nothing(self):
-        self.bundle("Applications")
-        many = [{"Name": "x" * 60, "UniqueID": i + 2, "AlarmType": 9, "Hour": 48} for i in range(1500)]
-        for closed in (False, True):
-            self.store(many + [due("a")])
-            read, write = os.pipe()
-            self.start(log=write)
-            os.close(write)
-            if closed:
-                os.close(read)
-            self.assertTrue(eventually(lambda: len(self.started()) == 1))
-            self.agent.terminate()
-            self.assertEqual(self.agent.wait(60), 0)
-            os.kill(self.started()[0], signal.SIGKILL)
-            os.remove(self.home + "/started")
 
     def test_a_log_that_was_full_goes_on_with_whole_lines(self):
         os.chmod(self.home, 0o755)
