@@ -1,4 +1,5 @@
-// The seconds that a walk passes over at once, beside the same walk taken step by step.
+// What is passed over at once, beside the same taken step by step: the seconds of a walk, and the days and
+// hours that lie before a search's floor.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -127,6 +128,33 @@ class PlainStepsTest : public StoreTest {
     return outcome;
   }
 
+  // What the weekly search or the chime's finds, step by step.
+  static std::string PlainNextRing(const TLMAlarm& alarm) {
+    Date start;
+    start.SetSecond(0);
+    Date next;
+    next.SetSecond(0);
+    if (alarm.Type == AlarmTypeHourlyChime) {
+      next.SetMinute(alarm.HourlyChimeMinute);
+      while (next.TotalSeconds() < start.TotalSeconds()) {
+        next.SetHour(next.Hour() + 1);
+      }
+      return Text(next);
+    }
+    next.SetHour(alarm.Hour);
+    next.SetMinute(alarm.Minute);
+    Date day;
+    day.SetTotalSeconds(next.TotalSeconds());
+    while (day.TotalSeconds() < start.TotalSeconds() ||
+           !alarm.WeeklyDays.at(static_cast<std::size_t>(day.DayOfWeek() - 1))) {
+      day.SetDay(day.Day() + 1);
+    }
+    next.SetYear(day.Year());
+    next.SetMonth(day.Month());
+    next.SetDay(day.Day());
+    return Text(next);
+  }
+
   std::mt19937_64 random_;
   std::size_t rings_ = 0;
 };
@@ -159,6 +187,21 @@ TEST_F(PlainStepsTest, APassThatComesOneSecondLaterIsNoWalk) {
   AdvanceClock(1);
   CheckAlarmsTimer::CheckAlarms(nullptr);
   EXPECT_NE(LocalPreferences::xAlarmArray[1]->LastRungDateTime, nullptr);
+}
+
+TEST_F(PlainStepsTest, ASearchFindsWhatOneOfEveryStepFinds) {
+  for (int i = 0; i < 1000; ++i) {
+    const Ref<TLMAlarm> alarm = TLMAlarm::Make();
+    SetClock(UnixSeconds("2026-01-01") + Any(0, 1000 * kSecondsPerDay));
+    const auto any_number = [&] { return static_cast<std::int32_t>(random_()) >> Any(4, 32); };
+    alarm->Type = OneIn(2) ? AlarmTypeHourlyChime : AlarmTypeWeekly;
+    alarm->Hour = any_number();
+    alarm->Minute = alarm->HourlyChimeMinute = any_number();
+    alarm->WeeklyDays[static_cast<std::size_t>(Any(0, 7))] = true;
+    alarm->SetNextRingTime(nullptr);
+    ASSERT_EQ(Text(alarm->NextRingDateTime), PlainNextRing(*alarm))
+        << Text(Date()) << " type " << alarm->Type << " hour " << alarm->Hour << " minute " << alarm->Minute;
+  }
 }
 
 }  // namespace
