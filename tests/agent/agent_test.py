@@ -2,7 +2,6 @@
 """The built agent, in a home of its own, with a real store and a real bundle: agent_test.py AGENT [TEST...]"""
 import glob
 import os
-import plistlib
 import re
 import resource
 import select
@@ -11,9 +10,11 @@ import signal
 import socket
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)) + "/../support")
+from home_case import HomeCase
 
 AGENT = os.path.abspath(sys.argv.pop(1))
 DAILY = {"AlarmType": 0, "DateYear": -1, "DateMonth": -1, "DateDay": -1}
@@ -43,12 +44,8 @@ def due(name, number=1, **more):
     return dict(DAILY, Name=name, UniqueID=number, Hour=now.tm_hour, Minute=now.tm_min, **more)
 
 
-class AgentCase(unittest.TestCase):
-    def setUp(self):
-        self.home = tempfile.mkdtemp()
-        self.store_path = self.home + "/com.vendrel.Tollmere9.plist"
-        self.environment = {"HOME": self.home, "XDG_CONFIG_HOME": self.home, "PATH": "/usr/bin:/bin", "TZ": "UTC"}
-        self.agent = None
+class AgentCase(HomeCase):
+    agent = None
 
     def tearDown(self):
         if self.agent and self.agent.poll() is None:
@@ -57,18 +54,6 @@ class AgentCase(unittest.TestCase):
         for process in self.started():
             if os.path.exists(f"/proc/{process}"):
                 os.kill(process, signal.SIGKILL)
-        shutil.rmtree(self.home)
-
-    def bundle(self, place, script=None, identifier="com.vendrel.Tollmere9"):
-        """A stand-in that says who it is and runs on; or whatever the script does."""
-        path = f"{self.home}/{place}/Tollmere.app"
-        os.makedirs(path + "/Contents/MacOS")
-        with open(path + "/Contents/Info.plist", "wb") as file:
-            plistlib.dump({"CFBundleIdentifier": identifier, "CFBundleExecutable": "Tollmere"}, file)
-        with open(path + "/Contents/MacOS/Tollmere", "w") as file:
-            file.write(script or f"#!/bin/sh\necho $$ >>{self.home}/started\nwhile [ -e {self.home} ]; do sleep 0.1; done\n")
-        os.chmod(path + "/Contents/MacOS/Tollmere", 0o755)
-        return path
 
     def started(self):
         try:
@@ -76,16 +61,6 @@ class AgentCase(unittest.TestCase):
                 return [int(line) for line in file if line.endswith("\n")]
         except FileNotFoundError:
             return []
-
-    def store(self, alarms, form="xml", **more):
-        """As other programs write: plistlib in either form, or plistutil; the new file replaces the old."""
-        with open(self.home + "/new", "wb") as file:
-            plistlib.dump(dict(Alarms=alarms, **more), file,
-                          fmt=plistlib.FMT_BINARY if form == "binary" else plistlib.FMT_XML)
-        if form == "plistutil":
-            subprocess.run(["plistutil", "-i", self.home + "/new", "-o", self.home + "/other", "-f", "bin"], check=True)
-            os.rename(self.home + "/other", self.home + "/new")
-        os.rename(self.home + "/new", self.store_path)
 
     def start(self, command=(AGENT,), log=None, user=None):
         with open(self.home + "/log", "wb") as file:
@@ -131,7 +106,7 @@ class LaunchTest(AgentCase):
             self.assertTrue(eventually(lambda: not os.path.exists(f"/proc/{application}")))
 
     def test_a_running_application_is_found(self):
-        self.bundle("Applications")
+        self.bundle()
         for name, last, number in (("a", "Successfully launched Tollmere.", signal.SIGINT),
                                    ("b", "Tollmere already running.", signal.SIGHUP)):
             self.store([due(name)])
@@ -178,14 +153,14 @@ class LaunchTest(AgentCase):
             self.environment["HOME"] = self.home
             self.assertEqual([log[i] for i in range(len(log)) if log[i] != log[i - 1]], START + attempt("a") + lines)
             if "could not" in lines[-1]:
-                self.bundle("Applications", "no program")
+                self.bundle(script="no program")
 
     def test_a_stopped_agent_goes_on(self):
         # With a store where it lies when the environment names no usable folder.
         self.environment["XDG_CONFIG_HOME"] = "relative"
         os.mkdir(self.home + "/.config")
         self.store_path = self.home + "/.config/com.vendrel.Tollmere9.plist"
-        self.bundle("Applications")
+        self.bundle()
         self.store([])
         self.start()
         self.wait_for(START[1])
@@ -197,7 +172,7 @@ class LaunchTest(AgentCase):
         self.wait_for("Successfully launched Tollmere.")
 
     def test_a_log_that_nobody_reads_stops_nothing(self):
-        self.bundle("Applications")
+        self.bundle()
         many = [{"Name": "x" * 60, "UniqueID": i + 2, "AlarmType": 9, "Hour": 48} for i in range(1500)]
         for closed in (False, True):
             self.store(many + [due("a")])

@@ -1,19 +1,17 @@
 #!/usr/bin/env python3
 """The built tollmere-alarms, with stores and a home of its own: alarms_test.py PROGRAM [TEST...]"""
 import datetime
-import fcntl
 import json
 import os
 import plistlib
-import pty
 import re
-import struct
 import subprocess
 import sys
-import tempfile
-import termios
 import unicodedata
 import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)) + "/../support")
+from home_case import HomeCase
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 TOLD = os.path.dirname(os.path.abspath(__file__)) + "/../data/alarms_told.txt"
@@ -46,28 +44,7 @@ def columns(text):
     return sum(0 if unicodedata.combining(c) else 2 if unicodedata.east_asian_width(c) in "WF" else 1 for c in text)
 
 
-class AlarmsTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.TemporaryDirectory()
-        self.home = self.folder.name
-        self.store_path = self.home + "/com.vendrel.Tollmere9.plist"
-        self.environment = {"HOME": self.home, "XDG_CONFIG_HOME": self.home, "PATH": "/usr/bin:/bin", "TZ": "UTC"}
-
-    def tearDown(self):
-        self.folder.cleanup()
-
-    def bundle(self):
-        path = self.home + "/Applications/Tollmere.app"
-        os.makedirs(path + "/Contents/MacOS")
-        with open(path + "/Contents/Info.plist", "wb") as file:
-            plistlib.dump({"CFBundleIdentifier": "com.vendrel.Tollmere9", "CFBundleExecutable": "Tollmere"}, file)
-        os.symlink("/bin/true", path + "/Contents/MacOS/Tollmere")
-        return path
-
-    def store(self, alarms, more={}):
-        with open(self.store_path, "wb") as file:
-            plistlib.dump(dict(more, Alarms=alarms), file, fmt=plistlib.FMT_BINARY)
-
+class AlarmsTest(HomeCase):
     def ask(self, *options):
         return subprocess.run([PROGRAM, *options], env=self.environment, capture_output=True, text=True)
 
@@ -83,7 +60,7 @@ class AlarmsTest(unittest.TestCase):
                 getattr(self, "told_" + kind)(*row)
 
     def told_why(self, moment, next_ring, why, listed, words, domain=""):
-        self.store([stored(words)], stored(domain))
+        self.store([stored(words)], **stored(domain))
         alarm = self.json("--at", moment)["alarms"][0]
         self.assertEqual(alarm["next_ring"] or ("never" if alarm["watched"] else "-"), next_ring)
         self.assertEqual(alarm["why"] or "-", why)
@@ -93,14 +70,14 @@ class AlarmsTest(unittest.TestCase):
     def told_next(self, moment, rings, words, domain=""):
         day, time, *self.environment["TZ"] = moment.split()
         self.environment["TZ"] = "".join(self.environment["TZ"]) or "UTC"
-        self.store([stored(words)], stored(domain))
+        self.store([stored(words)], **stored(domain))
         count = len(rings.split())
         told = self.json("--at", f"{day} {time}", "--next", str(count or 3))["rings"]
         self.assertEqual([ring["moment"] for ring in told], rings.split())
         self.assertEqual(self.ask("--at", f"{day} {time}", "--next", "9").stdout.count("(no name)"), 9 if count > 1 else count)
 
     def told_check(self, found, words, domain=""):
-        self.store([stored(words)], stored(domain))
+        self.store([stored(words)], **stored(domain))
         told = self.ask("--check")
         self.assertEqual(sorted(line.removeprefix('0 "": ').removeprefix('0 "a": ') for line in told.stdout.splitlines()),
                          sorted(found.split(" ;; ")) if found else ["Nothing is wrong."])
@@ -136,7 +113,7 @@ class AlarmsTest(unittest.TestCase):
     def test_a_search_that_takes_too_long_is_given_up(self):
         days = "0," * 200000 + ",".join(str(seconds("2027-06-15") + i * 86400) for i in range(4000))
         self.store([dict(stored("DateYear=-1 DateMonth=-1 DateDay=-1 Hour=7 Minute=0"), Name="slow"), {"Name": "off", "Enabled": False}],
-                   {"Exclusions": days})
+                   Exclusions=days)
         told = self.ask("--at", "2027-06-15 06:20:30")
         self.assertIn("the search for its next ring had come to no end when it was given up; until", told.stdout)
         self.assertEqual((told.stdout.count("disabled"), told.returncode), (1, 1))
@@ -148,7 +125,7 @@ class AlarmsTest(unittest.TestCase):
                               (lambda: os.chmod(self.store_path, 0o666), self.store_path + " may be written by every user"),
                               (lambda: os.remove(self.home + "/Applications/Tollmere.app/Contents/MacOS/Tollmere"),
                                "cannot be started: No such file"),
-                              (lambda: self.store([], {"LastExeLocation": b"/no/where"}), "LastExeLocation leads nowhere: /no/where")):
+                              (lambda: self.store([], LastExeLocation=b"/no/where"), "LastExeLocation leads nowhere: /no/where")):
             change()
             told = self.ask("--check")
             self.assertIn(found, told.stdout)
@@ -172,12 +149,13 @@ class AlarmsTest(unittest.TestCase):
         self.assertEqual(self.json("--store", self.home + "/other.plist")["state"], "read")
 
     def test_columns_line_up_with_names_of_any_script(self):
-        self.store([{"Name": name, "UniqueID": i, "AlarmType": 1, "Hour": 9, "Minute": 5} for i, name in enumerate(NAMES)])
-        self.assertEqual([alarm["name"] for alarm in self.json()["alarms"]], NAMES)
-        for width, colours in ((0, False), (80, False), (120, True)):
-            lines = self.lines_on_terminal(width, colours) if width else self.ask().stdout.splitlines()
+        unset = [{"Name": name, "UniqueID": i, "AlarmType": 1, "Hour": 9, "Minute": 5} for i, name in enumerate(NAMES)]
+        self.store(unset + [{"Name": "off", "Enabled": False}], "binary")
+        self.assertEqual([alarm["name"] for alarm in self.json()["alarms"]], NAMES + ["off"])
+        for width, more in ((0, {}), (80, {"NO_COLOR": "1"}), (90, {"TERM": "dumb"}), (120, {})):
+            lines = self.lines_on_terminal(width, more) if width else self.ask().stdout.splitlines()
             text = "\n".join(lines)
-            self.assertEqual("\x1b[" in text, False)
+            self.assertEqual("\x1b[2m" in text, width == 120, text)
             rows = [line for line in lines if line.startswith("never")]
             self.assertEqual(len(rows), len(NAMES), text)
             starts = {columns(line[:line.index("  09:05")]) for line in rows if not line.startswith("never    long")}
@@ -186,20 +164,11 @@ class AlarmsTest(unittest.TestCase):
                 self.assertLessEqual(max(columns(line) for line in rows), width, text)
                 self.assertIn("…", text)
 
-    def lines_on_terminal(self, width, colours):
-        master, slave = pty.openpty()
-        fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("HHHH", 50, width, 0, 0))
-        environment = dict(self.environment, TERM="xterm", LC_ALL="C.UTF-8", **({} if colours else {"NO_COLOR": "1"}))
-        subprocess.run([PROGRAM], env=environment, stdout=slave, check=True)
-        os.close(slave)
-        text = b""
-        try:
-            while chunk := os.read(master, 65536):
-                text += chunk
-        except OSError:
-            pass  # the end
-        os.close(master)
-        return text.decode().splitlines()
+    def lines_on_terminal(self, width, more):
+        told = subprocess.run(["script", "-qec", f'stty cols {width}; exec "$PROGRAM"', "/dev/null"], stdin=subprocess.DEVNULL,
+                              env=dict(self.environment, PROGRAM=PROGRAM, TERM="xterm", LC_ALL="C.UTF-8") | more,
+                              stdout=subprocess.PIPE, check=True)
+        return told.stdout.decode().splitlines()
 
 
 if __name__ == "__main__":
