@@ -130,28 +130,26 @@ class PlainStepsTest : public StoreTest {
 
   // What the weekly search or the chime's finds, step by step.
   static std::string PlainNextRing(const TLMAlarm& alarm) {
-    Date start;
-    start.SetSecond(0);
     Date next;
     next.SetSecond(0);
+    const double start = next.TotalSeconds();
     if (alarm.Type == AlarmTypeHourlyChime) {
       next.SetMinute(alarm.HourlyChimeMinute);
-      while (next.TotalSeconds() < start.TotalSeconds()) {
+      while (next.TotalSeconds() < start) {
         next.SetHour(next.Hour() + 1);
       }
       return Text(next);
     }
     next.SetHour(alarm.Hour);
     next.SetMinute(alarm.Minute);
-    Date day;
-    day.SetTotalSeconds(next.TotalSeconds());
-    while (day.TotalSeconds() < start.TotalSeconds() ||
-           !alarm.WeeklyDays.at(static_cast<std::size_t>(day.DayOfWeek() - 1))) {
-      day.SetDay(day.Day() + 1);
+    const Ref<Date> day = CopyOf(next);
+    while (day->TotalSeconds() < start ||
+           !alarm.WeeklyDays.at(static_cast<std::size_t>(day->DayOfWeek() - 1))) {
+      day->SetDay(day->Day() + 1);
     }
-    next.SetYear(day.Year());
-    next.SetMonth(day.Month());
-    next.SetDay(day.Day());
+    next.SetYear(day->Year());
+    next.SetMonth(day->Month());
+    next.SetDay(day->Day());
     return Text(next);
   }
 
