@@ -41,19 +41,13 @@ class MessageBoxTest : public ::testing::Test {
 TEST_F(MessageBoxTest, TheProgramGetsTheTextAndNothingElse) {
   signal(SIGUSR1, SIG_IGN);
   const std::string seen = folder_.Path() + "/seen";
-  for (const auto& [program, arguments] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"xmessage",
-            "[-center][-xrm][*international: true][-xrm][*message*wrap: word][--ü <b> & \\n --x]"},
-           {"kdialog",
-            "[--error][<qt><p style=\"white-space: pre-wrap\">--ü &lt;b&gt; &amp; &#92;n --x</p></qt>]"},
-           {"zenity", "[--error][--no-markup][--text=--ü <b> & \\n --x]"}}) {
-    Install(program,
-            "{ printf '[%s]' \"$LC_ALL\" \"$@\"; /usr/bin/grep SigIgn /proc/self/status; } >" + seen);
+  for (const auto& row : Table("box_programs.txt")) {
+    Install(row[0], "{ printf '[%s]' \"$LC_ALL\" \"$@\"; /usr/bin/grep SigIgn /proc/self/status; } >" + seen);
     for (const std::string locale : {"C", "C.UTF-8", "C.utf8"}) {
       setenv("LC_ALL", locale.c_str(), 1);
       MsgBox("--ü <b> & \\n --x");
       EXPECT_EQ(ReadWholeFile(seen),
-                "[" + (locale == "C" ? "C.UTF-8" : locale) + "]" + arguments + "SigIgn:\t0000000000000000\n");
+                "[" + (locale == "C" ? "C.UTF-8" : locale) + "]" + row[1] + "SigIgn:\t0000000000000000\n");
     }
   }
   signal(SIGUSR1, SIG_DFL);
@@ -78,18 +72,9 @@ TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
     return TakeLog();
   };
   const Lines logged = {"first", "    second", "third"};
-  for (const auto& [script, is_logged] : std::initializer_list<std::pair<std::string, bool>>{
-           {"", false},
-           {"exit 1", false},
-           {"exit 2", false},
-           {"/usr/bin/head -c 100000 /dev/zero >&2; exit 1", false},
-           {"/usr/bin/sleep 2 & exit 1", false},  // it has left something behind, and said nothing
-           {"exit 3", true},
-           {"kill -ABRT $$", true},
-           {"echo \"(zenity:1): Gtk-WARNING **: cannot open display: :none\" >&2; exit 1", true},
-           {"rm \"$0\"; exec none", true}}) {
-    Install("zenity", script);
-    EXPECT_EQ(log_of_box(), is_logged ? logged : Lines()) << script;
+  for (const auto& row : Table("box_ends.txt")) {
+    Install("zenity", row[0]);
+    EXPECT_EQ(log_of_box(), row[1] == "logged" ? logged : Lines()) << row[0];
   }
   folder_.Write("zenity", "no program", true);
   EXPECT_EQ(log_of_box(), logged);

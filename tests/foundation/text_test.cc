@@ -52,26 +52,14 @@ TEST(TextTest, Utf16) {
   EXPECT_EQ(Utf8FromUtf16("\xE4\0"s, ByteOrder::kLittleEndian), "ä");
 }
 
-TEST(TextTest, WhereUtf8Ends) {
-  EXPECT_EQ(ValidUtf8Length("0123456789ä0123456789"), 22U);
-  EXPECT_EQ(ValidUtf8Length("0123456789\xE4"
-                            "0123456789"),
-            10U);
-  EXPECT_EQ(ValidUtf8Length(std::string_view("ä").substr(0, 1)), 0U);
-  EXPECT_EQ(ValidUtf8Length("abc"), 3U);
-  EXPECT_EQ(ValidUtf8Length("\xE0\x9F\xBF"), 0U);      // U+07FF in a byte too many
-  EXPECT_EQ(ValidUtf8Length("\xF4\x90\x80\x80"), 0U);  // U+110000
-  EXPECT_EQ(ValidUtf8Length("ä\xFF"
-                            "0123456789"),
-            2U);
-}
-
-// One call is one line, whatever an alarm is called.
-TEST(TextTest, LogEscapes) {
-  EXPECT_EQ(EscapeForLog("Größe \\ \"x\" 😀"), "Größe \\ \"x\" 😀");
-  EXPECT_EQ(EscapeForLog("a\nb\r\tc\x1B[31m\x7F\0"s), "a\\nb\\r\\tc\\x1B[31m\\x7F\\x00");
-  EXPECT_EQ(EscapeForLog("\xC2\x9B\xC2\xA0\xE2\x80\xA8"), "\\x9B\xC2\xA0\\u2028");
-  EXPECT_EQ(EscapeForLog("\xFF\xC1\x80\xED\xA0\x80\xE4"), "\\xFF\\xC1\\x80\\xED\\xA0\\x80\\xE4");
+// One call is one line in the log, whatever an alarm is called.
+TEST(TextTest, Utf8AndWhatIsNone) {
+  for (const auto& row : Table("utf8.txt")) {
+    EXPECT_EQ(std::to_string(ValidUtf8Length(row[0])), row[1]) << row[2];
+    EXPECT_EQ(EscapeForLog(row[0]), row[2]);
+  }
+  EXPECT_EQ(ValidUtf8Length(std::string_view("ä").substr(0, 1)),
+            0U);  // What lies behind the text is none of it.
 }
 
 }  // namespace

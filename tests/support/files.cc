@@ -21,7 +21,7 @@ std::string Decode(const std::string& text) {
       decoded += static_cast<char>(std::stoi(text.substr(at + 1, 2), nullptr, 16));
       at += 2;
     } else {
-      static const std::map<char, char> kNamed = {{'n', '\n'}, {'r', '\r'}, {'t', '\t'}};
+      static const std::map<char, char> kNamed = {{'n', '\n'}, {'r', '\r'}, {'t', '\t'}, {'\\', '\\'}};
       decoded += kNamed.contains(text[at]) ? kNamed.at(text[at]) : static_cast<char>(text[at] - '0');
     }
   }
@@ -84,6 +84,7 @@ std::vector<std::vector<std::string>> Table(const std::string& name) {
     }
     rows.push_back(Cells(line));
   }
+  static_cast<void>(rows.at(0));  // A file that is not there fails its test.
   return rows;
 }
 
@@ -106,6 +107,7 @@ std::vector<Section> Sections(const std::string& file, const std::string& mark) 
       sections.back().lines.push_back(line);
     }
   }
+  static_cast<void>(sections.at(0));
   return sections;
 }
 

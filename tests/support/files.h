@@ -18,9 +18,9 @@ class TemporaryFolder {
   const std::string& Path() const { return path_; }
   // Writes a file, with the folders above it, and gives its path.
   std::string Write(const std::string& name, std::string_view content, bool executable = false) const;
-  // A bundle with that identifier whose executable is that script.
+  // A bundle with that identifier, or else the main application's, whose executable is that script.
   std::string WriteBundle(const std::string& name, std::string_view script,
-                          const std::string& identifier) const;
+                          const std::string& identifier = "com.vendrel.Tollmere9") const;
 
  private:
   std::string path_;
@@ -29,7 +29,7 @@ class TemporaryFolder {
 std::string ReadWholeFile(const std::string& path);
 
 // The rows of a file in tests/data. A row is a line of cells between bars; blank lines and lines that begin
-// with '#' are none. The cells come trimmed, with "\n", "\r", "\t", "\0" to "\7" and "\xNN" decoded.
+// with '#' are none. The cells come trimmed, with "\n", "\r", "\t", "\\", "\0" to "\7" and "\xNN" decoded.
 std::vector<std::vector<std::string>> Table(const std::string& name);
 
 // The cells of one such row.

@@ -16,7 +16,7 @@ namespace {
 class ScenarioTest : public StoreTest {
  protected:
   void Begin() {
-    bundle_ = folder_.WriteBundle("Tollmere.app", "", "com.vendrel.Tollmere9");
+    bundle_ = folder_.WriteBundle("Tollmere.app", "");
     std::filesystem::permissions(bundle_ + "/Contents/MacOS/Tollmere", std::filesystem::perms::none);
   }
   void Tick(const std::string& moment) {

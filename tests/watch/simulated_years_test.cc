@@ -15,15 +15,7 @@
 namespace tollmere::testing {
 namespace {
 
-const std::vector<std::string> kMixedList = {
-    "Name=daily UniqueID=1 DateYear=-1 DateMonth=-1 DateDay=-1 Hour=2 Minute=30",
-    "Name=monthly UniqueID=2 DateYear=-1 DateMonth=-1 DateDay=31 Hour=23 Minute=59",
-    "Name=weekly UniqueID=3 AlarmType=1 Hour=0 Minute=0 WeeklyDays=0,1,4 Exclusions=2029-01-01",
-    "Name=friday UniqueID=4 AlarmType=2 Hour=12 Minute=0 WeeklyDaysRelative=5 WeeklyDaysRelativeOccurences=0 "
-    "WeeklyDaysRelativeFromMonthEnd=true",
-    "Name=chime UniqueID=5 AlarmType=3 HourlyChimeMinute=0",
-    "Name=leap UniqueID=6 DateYear=-1 DateMonth=2 DateDay=29 Hour=12 Minute=0",
-    "Name=past UniqueID=7 DateYear=2020 DateMonth=1 DateDay=1"};
+const std::vector<std::string> kMixedList = Sections("mixed_list.txt", "# ").front().lines;
 
 std::size_t MemoryInUse() {
   const struct mallinfo2 heap = mallinfo2();
