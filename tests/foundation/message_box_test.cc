@@ -27,8 +27,9 @@ class MessageBoxTest : public ::testing::Test {
   }
   ~MessageBoxTest() override {
     setenv("PATH", path_.c_str(), 1);
-    unsetenv("DISPLAY");
-    unsetenv("LC_ALL");
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "LC_ALL"}) {
+      unsetenv(name);
+    }
   }
   void Install(const std::string& program, const std::string& script) const {
     folder_.Write(program, "#!/bin/sh\n" + script + "\n", true);
@@ -76,6 +77,11 @@ TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
     Install("zenity", row[0]);
     EXPECT_EQ(log_of_box(), row[1] == "logged" ? logged : Lines()) << row[0];
   }
+  Install("zenity", "");
+  unsetenv("DISPLAY");
+  EXPECT_EQ(log_of_box(), logged);
+  setenv("WAYLAND_DISPLAY", "none", 1);
+  EXPECT_EQ(log_of_box(), Lines());
   folder_.Write("zenity", "no program", true);
   EXPECT_EQ(log_of_box(), logged);
   std::filesystem::remove(folder_.Path() + "/env");  // which sets the encoding

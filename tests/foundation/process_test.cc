@@ -18,6 +18,7 @@
 #include <iterator>
 #include <thread>
 
+#include "foundation/system/child_process.h"
 #include "foundation/system/descriptor.h"
 #include "foundation/system/file_item.h"
 #include "foundation/system/launch_services.h"
@@ -161,9 +162,9 @@ TEST_F(ProcessListTest, TheSystemSaysNo) {
     CFPreferencesMBS preferences;
     const rlimit none = {3, 64};
     setrlimit(RLIMIT_NOFILE, &none);
-    const bool no_descriptor = Launch(bundle_) == EMFILE && Launch("/bin/true") == EMFILE &&
-                               !preferences.Synchronize(NewCFStringMBS("d"), nullptr, nullptr) &&
-                               FolderItem("/bin/true").Exists();
+    const bool no_descriptor =
+        Launch(bundle_) == EMFILE && Launch("/bin/true") == EMFILE && RunAndWait("true", {}).status == -1 &&
+        !preferences.Synchronize(NewCFStringMBS("d"), nullptr, nullptr) && FolderItem("/bin/true").Exists();
     ProcessMBS processes;
     processes.GetFirstProcess();
     const bool no_list = processes.BundleID().empty() && !processes.GetNextProcess();
@@ -171,7 +172,8 @@ TEST_F(ProcessListTest, TheSystemSaysNo) {
     setrlimit(RLIMIT_NOFILE, &some);
     const rlimit no_process = {0, 0};  // A full process table.
     setrlimit(RLIMIT_NPROC, &no_process);
-    return no_descriptor && no_list && Launch("/bin/true") == EAGAIN && FolderItem("/bin/true").Exists();
+    return no_descriptor && no_list && Launch("/bin/true") == EAGAIN && RunAndWait("true", {}).status == -1 &&
+           FolderItem("/bin/true").Exists();
   }));
 }
 
@@ -241,6 +243,8 @@ TEST_F(ProcessListTest, TheDeadAndThoseOfOthersDoNotCount) {
   do {
     EXPECT_NE(before.BundleID(), identifier_);  // gone while the list was gone through
   } while (before.GetNextProcess());
+  before.GetFirstProcess();
+  EXPECT_TRUE(before.GetNextProcess());
 }
 
 TEST_F(ProcessListTest, ANumberThatIsGivenOutAgain) {
