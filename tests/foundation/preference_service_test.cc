@@ -103,6 +103,7 @@ TEST_F(PreferenceServiceTest, TheGoodViewIsKept) {
     ASSERT_EQ(std::system(("cd " + folder_.Path() + "; " + change).c_str()), 0);
     for (int i = 0; i < 3; ++i) {
       EXPECT_EQ(Sync(), is_read) << change;
+      EXPECT_EQ(State().kind, is_read ? DomainState::Kind::kRead : DomainState::Kind::kUnreadable);
       EXPECT_EQ(State().problem, is_read ? "" : row[1]) << change;
       EXPECT_EQ(Value(), change);
     }
