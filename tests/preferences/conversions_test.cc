@@ -61,12 +61,12 @@ TEST_F(ConversionsTest, AValueOfAnImpossibleKindIsReported) {
 TEST_F(ConversionsTest, AStoredDictionaryBecomesATree) {
   const Ref<Dictionary> tree = Stored(
       "<key>i</key><integer>7</integer><key>b</key><true/><key>d</key><date>2027-01-01T00:00:00Z</date>"
-      "<key>x</key><data>QQ==</data><key>a</key><array><dict><key>n</key><dict/></dict></array>"
+      "<key>x</key><data>QQ==</data><key>a</key><array><dict/><dict><key>n</key><dict/></dict></array>"
       "<key>i</key><integer>8</integer>");
   EXPECT_EQ(tree->Count(), 3U);
   EXPECT_EQ(*tree->Value("i").If<double>(), 8.0);  // the later of two equal keys
   EXPECT_TRUE(*tree->Value("b").If<bool>());
-  EXPECT_EQ(VariantToDictionaryArray(tree->Value("a")).at(0)->Count(), 1U);
+  EXPECT_EQ(VariantToDictionaryArray(tree->Value("a")).at(1)->Count(), 1U);
   // A foreign element raises, even under a key that no one reads.
   EXPECT_THROW(Stored("<key>q</key><array><string>x</string></array>"), IllegalCastException);
 }
