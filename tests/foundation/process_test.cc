@@ -243,7 +243,7 @@ TEST_F(ProcessListTest, TheDeadAndThoseOfOthersDoNotCount) {
   do {
     EXPECT_NE(before.BundleID(), identifier_);  // gone while the list was gone through
   } while (before.GetNextProcess());
-  before.GetFirstProcess();
+  before.GetFirstProcess();  // from the beginning again
   EXPECT_TRUE(before.GetNextProcess());
 }
 
