@@ -18,6 +18,7 @@ from home_case import HomeCase
 
 AGENT = os.path.abspath(sys.argv.pop(1))
 DAILY = {"AlarmType": 0, "DateYear": -1, "DateMonth": -1, "DateDay": -1}
+LATER = {"AlarmType": 9, "Hour": 48, "Minute": 0}  # Its next ring stays when the minute turns.
 START = ["Tollmere Helper Launched", "Tollmere Helper Launch Complete"]
 
 
@@ -173,7 +174,7 @@ class LaunchTest(AgentCase):
 
     def test_a_log_that_nobody_reads_stops_nothing(self):
         self.bundle()
-        many = [{"Name": "x" * 60, "UniqueID": i + 2, "AlarmType": 9, "Hour": 48} for i in range(1500)]
+        many = [dict(LATER, Name="x" * 60, UniqueID=i + 2) for i in range(1500)]
         for closed in (False, True):
             self.store(many + [due("a")])
             read, write = os.pipe()
@@ -192,7 +193,7 @@ class AgentTest(AgentCase):
     """All else."""
 
     def test_bad_files_change_nothing_and_a_malformed_alarm_is_named(self):
-        alarm = {"Name": "a", "UniqueID": 1, "AlarmType": 9, "Hour": 48}
+        alarm = dict(LATER, Name="a", UniqueID=1)
         self.store([alarm])
         self.start()
         self.assertTrue(eventually(lambda: len(self.log()) == 3))
@@ -222,12 +223,12 @@ class AgentTest(AgentCase):
         agent = shutil.copy(AGENT, self.home + "/agent")
         for (read, write), user in ((os.pipe(), None), ([end.detach() for end in socket.socketpair()], None),
                                     (os.pipe(), 65534 if os.getuid() == 0 else None)):  # not to be opened anew
-            self.store([{"Name": name, "AlarmType": 9, "Hour": 48, "UniqueID": len(name)} for name in ("x" * 300000, "lost")])
+            self.store([dict(LATER, Name=name, UniqueID=len(name)) for name in ("x" * 300000, "lost")])
             self.start([agent], log=write, user=user)
             os.close(write)
             time.sleep(2.5)
             text = os.read(read, 1 << 20)  # less than the line
-            self.store([{"Name": "after", "AlarmType": 9, "Hour": 48, "UniqueID": 2}])
+            self.store([dict(LATER, Name="after", UniqueID=2)])
             self.assertTrue(eventually(lambda: select.select([read], [], [], 0)[0]))
             self.agent.terminate()
             self.assertEqual(self.agent.wait(60), 0)
