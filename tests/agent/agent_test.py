@@ -117,13 +117,17 @@ class LaunchTest(AgentCase):
             self.assertEqual(self.end(number)[0], 0)
         self.assertEqual(self.log()[-3:], attempt("b") + ["Tollmere already running."])
 
-    def test_a_program_at_its_last_place_is_found(self):
-        program = shutil.copy(self.bundle("any") + "/Contents/MacOS/Tollmere", self.home)
-        subprocess.run(["sh", "-c", '"$0" >&- 2>&- &', program], check=True)
-        self.store([due("a")], LastExeLocation=program.encode())
-        self.start()
-        self.wait_for("Tollmere already running.")
-        self.assertEqual(self.end(), (0, START + attempt("a") + ["Tollmere already running."]))
+    def test_a_program_at_its_last_or_usual_place_is_found(self):
+        last = shutil.copy(self.bundle("any") + "/Contents/MacOS/Tollmere", self.home)
+        usual = self.bundle(identifier="") + "/Contents/MacOS/Tollmere"  # The place alone tells.
+        for count, (program, more) in enumerate(((last, {"LastExeLocation": last.encode()}), (usual, {})), 1):
+            subprocess.run(["sh", "-c", '"$0" >&- 2>&- &', program], check=True)
+            self.assertTrue(eventually(lambda: len(self.started()) == count))
+            self.store([due("a")], **more)
+            self.start()
+            self.wait_for("Tollmere already running.")
+            self.assertEqual(self.end(), (0, START + attempt("a") + ["Tollmere already running."]))
+            os.kill(self.started()[-1], signal.SIGKILL)
 
     def test_the_systems_applications_folder_is_the_third_source(self):
         # Without its identifier the launch service does not know it: the place alone tells. The place is in a root
