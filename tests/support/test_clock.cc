@@ -14,12 +14,8 @@ std::int64_t test_clock = 1'800'000'000;
 }  // namespace
 
 std::int64_t UnixSeconds(std::string_view moment) {
-  int year = 0;
-  int month = 1;
-  int day = 1;
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
+  int fields[6] = {0, 1, 1};
+  auto& [year, month, day, hour, minute, second] = fields;
   std::sscanf(std::string(moment).c_str(), "%d-%d-%d%*c%d:%d:%d", &year, &month, &day, &hour, &minute,
               &second);
   return (DaysFromCivil(year, month, day) - kDaysTo1970) * kSecondsPerDay + hour * 3600 + minute * 60 +
