@@ -1,5 +1,4 @@
-// What is passed over at once, beside the same taken step by step: the seconds of a walk, and the days and
-// hours that lie before a search's floor.
+// A walk over the seconds of a gap, beside one that visits each of them.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -35,7 +34,7 @@ struct LoggingAlarm final : TLMAlarm {
   bool sets_clock = true;
 };
 
-class PlainStepsTest : public StoreTest {
+class WalkTest : public StoreTest {
  protected:
   // A whole number from `low` on, and below `high`.
   std::int64_t Any(std::int64_t low, std::int64_t high) {
@@ -130,33 +129,11 @@ class PlainStepsTest : public StoreTest {
     return outcome;
   }
 
-  // What the weekly search or the chime's finds, step by step.
-  static std::string PlainNextRing(const TLMAlarm& alarm) {
-    Date next;
-    next.SetSecond(0);
-    const double start = next.TotalSeconds();
-    const bool is_chime = alarm.Type == AlarmTypeHourlyChime;
-    next.SetHour(is_chime ? next.Hour() : alarm.Hour);
-    next.SetMinute(is_chime ? alarm.HourlyChimeMinute : alarm.Minute);
-    const Ref<Date> day = CopyOf(next);
-    while (day->TotalSeconds() < start ||
-           !(is_chime || alarm.WeeklyDays.at(static_cast<std::size_t>(day->DayOfWeek() - 1)))) {
-      is_chime ? day->SetHour(day->Hour() + 1) : day->SetDay(day->Day() + 1);
-    }
-    if (is_chime) {
-      return Text(*day);
-    }
-    next.SetYear(day->Year());
-    next.SetMonth(day->Month());
-    next.SetDay(day->Day());
-    return Text(next);
-  }
-
   std::mt19937_64 random_;
   std::size_t rings_ = 0;
 };
 
-TEST_F(PlainStepsTest, AWalkDoesWhatOneOfEverySecondDoes) {
+TEST_F(WalkTest, AWalkDoesWhatOneOfEverySecondDoes) {
   for (const char* domain : {"", "RingPastAlarms=true"}) {
     Store(ListXml({}, domain));
     CorePreferencesModified::Sync();
@@ -165,21 +142,6 @@ TEST_F(PlainStepsTest, AWalkDoesWhatOneOfEverySecondDoes) {
       ASSERT_EQ(Outcome(scenario, false), plain) << "scenario " << scenario << " " << domain;
     }
     EXPECT_GT(rings_, 3000U);
-  }
-}
-
-TEST_F(PlainStepsTest, ASearchFindsWhatOneOfEveryStepFinds) {
-  for (int i = 0; i < 1000; ++i) {
-    const Ref<TLMAlarm> alarm = TLMAlarm::Make();
-    SetClock(UnixSeconds("2026-01-01") + Any(0, 1000 * kSecondsPerDay));
-    const auto any_number = [&] { return static_cast<std::int32_t>(random_()) >> Any(4, 32); };
-    alarm->Type = OneIn(2) ? AlarmTypeHourlyChime : AlarmTypeWeekly;
-    alarm->Hour = any_number();
-    alarm->Minute = alarm->HourlyChimeMinute = any_number();
-    alarm->WeeklyDays[static_cast<std::size_t>(Any(0, 7))] = true;
-    alarm->SetNextRingTime(nullptr);
-    ASSERT_EQ(Text(alarm->NextRingDateTime), PlainNextRing(*alarm))
-        << Text(Date()) << " type " << alarm->Type << " hour " << alarm->Hour << " minute " << alarm->Minute;
   }
 }
 
