@@ -49,7 +49,7 @@ TEST(TextTest, Utf16) {
   EXPECT_EQ(Utf8FromUtf16("\xD8\x3D\xDE\0\0\x41\xD8\0\xDC\0"s, ByteOrder::kBigEndian), "😀A\U00010000");
   EXPECT_EQ(Utf8FromUtf16("\xD8\x3D\0\x41\xDC\0\xDC\0\xDB\xFF\xDB\xFF\xDC"s, ByteOrder::kBigEndian),
             "\uFFFDA\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD");
-  EXPECT_EQ(Utf8FromUtf16("\xE4\0"s, ByteOrder::kLittleEndian), "ä");
+  EXPECT_EQ(Utf8FromUtf16("\xE4\0\0"s, ByteOrder::kLittleEndian), "ä\uFFFD");
 }
 
 // One call is one line in the log, whatever an alarm is called.
