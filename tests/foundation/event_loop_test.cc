@@ -11,7 +11,7 @@ namespace {
 
 struct Enough : std::exception {};
 
-// Notes when it fires, switches itself off, and then acts.
+// Notes when it fires, and acts.
 class NotingTimer : public Timer, public ActionNotificationReceiver {
  public:
   explicit NotingTimer(std::int32_t period) {
@@ -21,7 +21,6 @@ class NotingTimer : public Timer, public ActionNotificationReceiver {
   }
   void CallAction() override {
     at.push_back(MonotonicClock());
-    SetMode(0);
     Timer::CallAction();
   }
   void PerformAction() override { action(); }
@@ -31,7 +30,8 @@ class NotingTimer : public Timer, public ActionNotificationReceiver {
 };
 
 // However late an expiry comes, the next one is not before its own point of the grid, and never the same. The
-// first action takes two periods and a half, and all of them switch the timer on again.
+// first action takes two periods and a half, and all of them switch the timer off and on again. Beside a
+// timer that is left on, it loses nothing by that.
 TEST(EventLoopTest, TheGridHoldsAndWhatIsMissedIsDropped) {
   Application application;
   const std::int64_t start = MonotonicClock();
@@ -40,15 +40,18 @@ TEST(EventLoopTest, TheGridHoldsAndWhatIsMissedIsDropped) {
   NotingTimer removed(1'000'000);
   timer.addActionNotificationReceiver(removed);
   timer.removeActionNotificationReceiver(removed);
+  NotingTimer left_on(10);
+  left_on.action = [] {};
   timer.action = [&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(timer.at.size() == 1 ? 25 : 1));
+    timer.SetMode(0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(timer.at.size() == 1 ? 25 : 4));
     timer.SetMode(2);
-    if (timer.at.size() == 5) {
+    if (timer.at.size() == 20) {
       throw Enough();
     }
   };
   EXPECT_THROW(application.Run(), Enough);
-  ASSERT_EQ(timer.at.size(), 5U);
+  EXPECT_LE(left_on.at.size(), timer.at.size() + 2);
   const auto period = [&](std::size_t i) { return (timer.at[i] - start) / 10'000'000; };
   EXPECT_GE(period(0), 1);
   EXPECT_GE(period(1), 3);
@@ -63,6 +66,7 @@ TEST(EventLoopTest, ATimerThatIsSwitchedOnLaterBeginsANewGrid) {
   NotingTimer second(100);
   second.action = [&] { first.SetMode(2); };
   first.action = [&] {
+    first.SetMode(0);
     if (first.at.size() == 2) {
       throw Enough();
     }

@@ -167,7 +167,8 @@ TEST_F(ProcessListTest, TheSystemSaysNo) {
     const rlimit none = {3, 64};
     setrlimit(RLIMIT_NOFILE, &none);
     const bool no_descriptor =
-        Launch(bundle_) == EMFILE && Launch("/bin/true") == EMFILE && RunAndWait("true", {}).status == -1 &&
+        Launch(bundle_) == EMFILE && Launch("/bin/true") == EMFILE &&
+        StartDetached("/bin/true", "").process == 0 && RunAndWait("true", {}).status == -1 &&
         !preferences.Synchronize(NewCFStringMBS("d"), nullptr, nullptr) && FolderItem("/bin/true").Exists();
     ProcessMBS processes;
     processes.GetFirstProcess();
@@ -177,7 +178,7 @@ TEST_F(ProcessListTest, TheSystemSaysNo) {
     const rlimit no_process = {0, 0};  // A full process table.
     setrlimit(RLIMIT_NPROC, &no_process);
     return no_descriptor && no_list && Launch("/bin/true") == EAGAIN && RunAndWait("true", {}).status == -1 &&
-           FolderItem("/bin/true").Exists();
+           StartDetached("/bin/true", "").process == 0 && FolderItem("/bin/true").Exists();
   }));
 }
 
