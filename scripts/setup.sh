@@ -38,6 +38,11 @@ build_preset() {
   cmake --build --preset "$1"
 }
 
+# Runs a preset's tests, one more at a time than there are processors, since many of them wait.
+run_tests() {
+  ctest --preset "$1" -j "$(($(nproc) + 1))" "${@:2}"
+}
+
 # What every build takes, and what the tests take beside it.
 # shellcheck disable=SC2034 # The scripts that source this file use it.
 build_packages=(g++ cmake ninja-build)
