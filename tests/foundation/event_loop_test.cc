@@ -51,7 +51,7 @@ TEST(EventLoopTest, TheGridHoldsAndWhatIsMissedIsDropped) {
     }
   };
   EXPECT_THROW(application.Run(), Enough);
-  EXPECT_LE(left_on.at.size(), timer.at.size() + 2);
+  EXPECT_LE(left_on.at.size(), timer.at.size() + 2);  // A point may fall between the two.
   const auto period = [&](std::size_t i) { return (timer.at[i] - start) / 10'000'000; };
   EXPECT_GE(period(0), 1);
   EXPECT_GE(period(1), 3);
