@@ -37,6 +37,8 @@ std::vector<Ref<FolderItem>> PlacesOfTollmere() {
   return places;
 }
 
+}  // namespace
+
 bool IsRunning() {
   const Ref<ProcessMBS> process = New<ProcessMBS>();
   for (const Ref<FolderItem>& place : PlacesOfTollmere()) {
@@ -51,8 +53,6 @@ bool IsRunning() {
   } while (process->GetNextProcess());
   return false;
 }
-
-}  // namespace
 
 void LaunchTLM(const std::string& name, std::int32_t id) {
   const Ref<Date> now = New<Date>();

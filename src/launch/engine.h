@@ -26,6 +26,9 @@ inline Ref<FolderItem> mTollmereAppFile;
 // is a line of the log; none is an error.
 void LaunchTLM(const std::string& name, std::int32_t id);
 
+// True while the main application runs, wherever it lies and however it was started. Throws EndOfProcess.
+bool IsRunning();
+
 // True when both are moments of one calendar minute; False when one of them is Nil.
 bool IsSameMinute(const Ref<Date>& d1, const Ref<Date>& d2);
 

@@ -94,15 +94,18 @@ std::vector<std::string> Cells(const std::string& row) {
   return cells;
 }
 
+std::string TestName(std::string words) {
+  std::replace_if(
+      words.begin(), words.end(), [](char c) { return !isalnum(c); }, '_');
+  return words;
+}
+
 std::vector<Section> Sections(const std::string& file, const std::string& mark) {
   std::vector<Section> sections;
   std::istringstream lines(ReadWholeFile(TEST_DATA "/" + file));
   for (std::string line; std::getline(lines, line);) {
     if (line.starts_with(mark)) {
-      sections.push_back({line.substr(mark.size()), {}});
-      std::string& name = sections.back().name;
-      std::replace_if(
-          name.begin(), name.end(), [](char c) { return !isalnum(c); }, '_');
+      sections.push_back({TestName(line.substr(mark.size())), {}});
     } else if (!line.empty() && line.front() != '#' && !sections.empty()) {
       sections.back().lines.push_back(line);
     }

@@ -35,10 +35,13 @@ std::vector<std::vector<std::string>> Table(const std::string& name);
 // The cells of one such row.
 std::vector<std::string> Cells(const std::string& row);
 
+// The name of a test from words, with '_' for what is no letter or digit.
+std::string TestName(std::string words);
+
 // A part of a file in tests/data, which is a test of its own. A line that begins with `mark` is its heading;
 // lines before the first heading, blank lines and other lines that begin with '#' belong to none.
 struct Section {
-  std::string name;  // the heading, with '_' for what is no letter or digit
+  std::string name;  // the heading, as a TestName
   std::vector<std::string> lines;
 };
 inline void PrintTo(const Section& section, std::ostream* out) { *out << section.name; }

@@ -126,6 +126,4 @@ std::string HomeFolder() {
   return user != nullptr && user->pw_dir != nullptr && *user->pw_dir == '/' ? user->pw_dir : "/";
 }
 
-Ref<FolderItem> SpecialFolder::Applications() { return New<FolderItem>("/Applications"); }
-
 }  // namespace tollmere
