@@ -14,6 +14,11 @@ class HomeCase(unittest.TestCase):
         self.store_path = self.home + "/com.vendrel.Tollmere9.plist"
         self.environment = {"HOME": self.home, "XDG_CONFIG_HOME": self.home, "PATH": "/usr/bin:/bin", "TZ": "UTC"}
 
+    def need_own_view(self):
+        """For tests in which the main application runs, or that look for it on the whole machine."""
+        if "OWN_VIEW" not in os.environ:
+            self.skipTest("no namespaces here, and the test would meet the Tollmere of this machine")
+
     def bundle(self, place="Applications", script=None, identifier="com.vendrel.Tollmere9"):
         """A stand-in that says who it is and runs on; or whatever the script does."""
         path = f"{self.home}/{place}/Tollmere.app"

@@ -109,6 +109,7 @@ class AlarmsTest(HomeCase):
         self.assertEqual((told.stdout.count("disabled"), told.returncode), (1, 1))
 
     def test_where_the_main_application_is_and_who_may_write(self):
+        self.need_own_view()
         self.store([])
         for change, found in ((lambda: None, "Tollmere is in none of the three places"),
                               (self.bundle, "Nothing is wrong."),
