@@ -111,22 +111,27 @@ TEST(DateTest, ANewDateIsOnTheWallClockOfTheMachinesPlace) {
   SetClock(0);
 }
 
-// Locales that this machine has no sources of are passed over.
 TEST(DateTest, TextsInTheUsersLanguage) {
   TemporaryFolder folder;
   setenv("LOCPATH", folder.Path().c_str(), 1);
   Date date;
   date.SetTotalSeconds(TotalSeconds("2027-01-31 10:00:05"));
+  std::string missing;
   for (const std::vector<std::string>& row : Table("long_dates.txt")) {
     const std::string name = row[0] + ".UTF-8";
     std::system(("localedef -i " + row[0] + " -f UTF-8 " + folder.Path() + "/" + name + " 2>&-").c_str());
-    if (std::setlocale(LC_TIME, name.c_str()) != nullptr) {
-      EXPECT_EQ(date.LongDate(), row[1]) << row[0];
-      EXPECT_EQ(date.LongTime(), row[2]) << row[0];
+    if (std::setlocale(LC_TIME, name.c_str()) == nullptr) {
+      missing += " " + row[0];
+      continue;
     }
+    EXPECT_EQ(date.LongDate(), row[1]) << row[0];
+    EXPECT_EQ(date.LongTime(), row[2]) << row[0];
   }
   std::setlocale(LC_TIME, "C");
   unsetenv("LOCPATH");
+  if (!missing.empty()) {
+    GTEST_SKIP() << "localedef is missing, or its source of" << missing;
+  }
 }
 
 }  // namespace

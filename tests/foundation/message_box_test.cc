@@ -90,13 +90,13 @@ TEST_F(MessageBoxTest, WhatWasNotShownIsLogged) {
   EXPECT_EQ(log_of_box(), logged);
 }
 
-TEST_F(MessageBoxTest, WithoutAProgramEachTextIsLoggedOnceAMinute) {
+TEST_F(MessageBoxTest, WithoutAProgramEachOfAThousandTextsIsLoggedOnceAMinute) {
   Lines texts;
-  for (int i = 0; i < 300; ++i) {
-    texts.push_back("text " + std::to_string(i % 100));
+  for (int i = 0; i < 3000; ++i) {
+    texts.push_back("text " + std::to_string(i % 1500));
     MsgBox(texts.back());
   }
-  texts.resize(100);
+  texts.resize(1000);
   EXPECT_EQ(TakeLog(), texts);
 }
 

@@ -19,6 +19,7 @@
 #include <thread>
 
 #include "foundation/system/child_process.h"
+#include "foundation/system/debug_log.h"
 #include "foundation/system/descriptor.h"
 #include "foundation/system/event_loop.h"
 #include "foundation/system/file_item.h"
@@ -190,6 +191,28 @@ TEST_F(ProcessListTest, TheSystemSaysNo) {
     return no_descriptor && no_list && Launch("/bin/true") == EAGAIN && RunAndWait("true", {}).status == -1 &&
            StartDetached("/bin/true", "").process == 0 && FolderItem("/bin/true").Exists();
   }));
+}
+
+// The log needs none to say so, in plain characters and no more than a line's worth.
+TEST_F(ProcessListTest, WithoutMemoryALineIsStillLogged) {
+  if (IsSanitized()) {
+    GTEST_SKIP() << "sanitizers end a process that has no memory left";
+  }
+  TakeLog();
+  const std::string text = "\x80 is no letter" + std::string(200, '.');
+  EXPECT_TRUE(Apart([&] {
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_AS, &none);
+    static void* volatile taken;
+    for (std::size_t size = 1U << 20U; size > 8; size /= 2) {
+      do {
+        taken = std::malloc(size);
+      } while (taken != nullptr);
+    }
+    System::DebugLog(text);
+    return true;
+  }));
+  EXPECT_EQ(TakeLog(), std::vector<std::string>{"?" + text.substr(1, 126)});
 }
 
 class WaysTest : public ProcessListTest, public ::testing::WithParamInterface<std::vector<std::string>> {};

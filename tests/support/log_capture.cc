@@ -17,11 +17,13 @@ off_t taken_up_to = 0;
 }  // namespace
 
 void CaptureLog() {
-  if (__sanitizer_set_report_fd != nullptr) {
+  if (IsSanitized()) {
     __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(dup(STDERR_FILENO))));
   }
   dup2(memfd_create("log", 0), STDERR_FILENO);
 }
+
+bool IsSanitized() { return __sanitizer_set_report_fd != nullptr; }
 
 std::vector<std::string> TakeLog() {
   std::string text(static_cast<std::size_t>(lseek(STDERR_FILENO, 0, SEEK_END) - taken_up_to), '\0');

@@ -12,6 +12,9 @@ void CaptureLog();
 // The lines logged since the last call.
 std::vector<std::string> TakeLog();
 
+// Whether this program is built with sanitizers.
+bool IsSanitized();
+
 // The number of descriptors that this process has open.
 std::size_t OpenDescriptors();
 
