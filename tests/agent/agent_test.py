@@ -233,6 +233,11 @@ class LogTest(AgentCase):
             self.assertEqual(lines[:2] + [line[:16] for line in lines[2:]], START + ['Found Alarm "xxx', 'Found Alarm "aft'])
             self.assertLess(len(lines[2]), 300000)
             os.close(read)
+        if nobody:  # A terminal that may not be opened anew might block, and is not written to.
+            read, write = os.openpty()
+            self.start([agent], log=write, user=nobody)
+            self.wait_for_ticks(3)
+            self.assertEqual((self.end(), read_all(read)), ((0, []), b""))
 
     def test_a_log_that_nobody_reads_stops_nothing(self):
         self.need_own_view()
