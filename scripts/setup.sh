@@ -38,9 +38,17 @@ build_preset() {
   cmake --build --preset "$1"
 }
 
-# Runs a preset's tests, one more at a time than there are processors, since many of them wait.
+# Runs a preset's tests, one more at a time than there are processors, since many of them wait. Says of each that
+# was skipped, in a line at the end, why.
 run_tests() {
-  ctest --preset "$1" -j "$(($(nproc) + 1))" "${@:2}"
+  local status=0
+  ctest --preset "$1" -j "$(($(nproc) + 1))" "${@:2}" || status=$?
+  # GoogleTest says it in the line after "FILE:LINE: Skipped", Python's unittest as "NAME ... skipped 'WHY'".
+  awk '/^[0-9]+\/[0-9]+ Test: / { test = $3 }
+       /^[^ ]+:[0-9]+: Skipped$/ { getline; print "Skipped: " test ": " $0 }
+       match($0, / \.\.\. skipped ./) { print "Skipped: " $1 ": " substr($0, RSTART + RLENGTH, length($0) - RSTART - RLENGTH) }' \
+    "build/$1/Testing/Temporary/LastTest.log"
+  return "$status"
 }
 
 # What every build takes, and what the tests take beside it.
